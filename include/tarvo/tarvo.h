@@ -1,0 +1,278 @@
+/*
+ * TARVO.DLL 10.0.176: the dangerous part of a setup's work, as flat calls.
+ *
+ * Conventions
+ * - All texts are ANSI, in the system's code page. Sizes are bytes, terminators included, unless said otherwise.
+ * - The caller owns every buffer; no pointer is kept beyond a call. One thread calls at a time.
+ * - Most exports return a Win32 code, 0 for success. After a failure TARVO_GetLastErrorMessage hands out its text.
+ *   A required pointer that is NULL gives ERROR_INVALID_PARAMETER (87) before any work; a lack of memory gives
+ *   ERROR_NOT_ENOUGH_MEMORY (8). The contracts below name the codes beyond these.
+ * - "Recorded" means: written into the uninstall log, if TARVO_StartUninstallLogging has named one. Recording never
+ *   fails the call that records.
+ * - "Deferred" means: put on the Session Manager's list of renames and deletions (PendingFileRenameOperations),
+ *   which the next restart carries out.
+ */
+#ifndef TARVO_TARVO_H
+#define TARVO_TARVO_H
+
+#include <windows.h>
+#include <sal.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Frame: trace log, result texts, the library itself ------------------------------------------------------- */
+
+/**
+ * Starts the trace log TARVO.log in the Windows directory, once per load, unless TARVO_LoadedInSetup was called.
+ * A log above 10 MiB is deleted first; otherwise lines are added to it. A file TARVO.cfg beside the host program
+ * selects columns, lines and the output.
+ */
+void __cdecl TARVO_StartDebugLogging(void);
+
+/** As TARVO_StartDebugLogging, also in a declared setup. */
+void __cdecl TARVO_StartDebugLogging2(void);
+
+/**
+ * Starts or switches the trace log, at any time.
+ * @param path       The log file, or a folder (ending in a backslash) for tarvo.log in it; missing folders are made.
+ *                   NULL or "": Velmora\Logs\Setup\tarvo.log in the common application data folder.
+ * @param overwrite  Non-zero empties an existing file; 0 adds to it.
+ */
+void __cdecl TARVO_StartDebugLoggingRunTime(_In_opt_z_ const char *path, DWORD overwrite);
+
+/**
+ * Hands out the text of the most recent failure of any export; "" before the first.
+ * @param buffer  Receives at most size - 1 characters, always terminated. NULL or no size: nothing is written.
+ */
+void __cdecl TARVO_GetLastErrorMessage(_Out_writes_z_(size) char *buffer, int size);
+
+/**
+ * Formats a placeholder for a numbered text; there is no table of texts.
+ * @param buffer  Receives the text, cut to size - 1 characters and terminated.
+ * @return 0
+ */
+DWORD __cdecl TARVO_GetString(int code, _Out_writes_z_(size) char *buffer, int size);
+
+/** Selecting a language is not supported. @return ERROR_INVALID_FUNCTION (1) */
+DWORD __cdecl TARVO_SetLanguage(void);
+
+/** @return the module handle of the library. */
+HINSTANCE __cdecl TARVO_GetTarvoDllInstance(void);
+
+/** Declares the host program a setup: TARVO_StartDebugLogging then does nothing. */
+void __cdecl TARVO_LoadedInSetup(void);
+
+/** Does nothing; a fixed point for delay-loading clients. Exported as _TARVO_DelayLoadInitialize@0. */
+void __stdcall TARVO_DelayLoadInitialize(void);
+
+/* ---- Files ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Creates a directory and every missing one above it (CreateDirectory); each created level is recorded and freed of
+ * deferred operations.
+ * @param path  Drive, colon, backslash and the rest; forward slashes separate too.
+ * @return 0, also if it exists; ERROR_INVALID_PARAMETER, NULL, a UNC path or not rooted at a drive;
+ *         ERROR_FILE_EXISTS, a file has that name; or CreateDirectory's code, levels made so far stay.
+ */
+DWORD __cdecl TARVO_CreateDirectory(_In_z_ const char *path);
+
+/**
+ * Makes a file writable, or sets its attributes (SetFileAttributes).
+ * @param attributes  0 clears read-only alone; anything else becomes the whole attribute set.
+ * @return 0; ERROR_FILE_NOT_FOUND; or the code of reading or setting the attributes.
+ */
+DWORD __cdecl TARVO_ResetFileReadOnlyAttribute(_In_z_ const char *path, DWORD attributes);
+
+/**
+ * Copies a file at once (CopyFile); a read-only destination is made writable first. The destination is recorded and
+ * freed of deferred operations.
+ * @return 0; ERROR_FILE_EXISTS with failIfExists; or CopyFile's code. Nothing is deferred.
+ */
+DWORD __cdecl TARVO_CopyFile(_In_z_ const char *source, _In_z_ const char *destination, BOOL failIfExists);
+
+/**
+ * Copies a file, over a locked one too: then the source goes to a free name beside the destination (name.1 to
+ * name.998; a source in the same folder stays where it is) and its move onto the destination is deferred. The
+ * destination is recorded.
+ * @param needRestart  Receives 1 if deferred, else 0; may be NULL.
+ * @return 0; ERROR_FILE_EXISTS with failIfExists; ERROR_FILENAME_EXCED_RANGE, no room for such a name; the code of
+ *         reading the source's attributes, of the copy beside the destination, or of TARVO_RenameAfterReboot.
+ */
+DWORD __cdecl TARVO_CopyFileEx(_In_z_ const char *source, _In_z_ const char *destination, BOOL failIfExists,
+                               _Out_opt_ DWORD *needRestart);
+
+/**
+ * Moves a file (MoveFile), replacing the destination; where that fails now, the move is deferred. The destination is
+ * recorded.
+ * @param needRestart  Receives 1 if deferred, else 0; may be NULL.
+ * @return 0; ERROR_FILE_EXISTS with failIfExists; the code of reading the source's attributes or of
+ *         TARVO_RenameAfterReboot.
+ */
+DWORD __cdecl TARVO_MoveFileEx(_In_z_ const char *source, _In_z_ const char *destination, BOOL failIfExists,
+                               _Out_opt_ DWORD *needRestart);
+
+/**
+ * Deletes a file or an empty directory (DeleteFile, RemoveDirectory); where that fails now, the deletion is deferred.
+ * @param needRestart  Receives 1 if deferred, else 0; may be NULL.
+ * @return 0, also if there is nothing of that name; or the code of TARVO_DeleteAfterReboot.
+ */
+DWORD __cdecl TARVO_DeleteFileEx(_In_z_ const char *path, _Out_opt_ DWORD *needRestart);
+
+/** Defers the deletion of a file or empty directory. @return as TARVO_RenameAfterReboot without a target. */
+DWORD __cdecl TARVO_DeleteAfterReboot(_In_z_ const char *path);
+
+/* ---- Pending operations: the Session Manager's list ----------------------------------------------------------- */
+
+/**
+ * Reads the list into memory; changes not yet written are written first.
+ * @return 0; ERROR_INVALID_DATA, the value is no text list; ERROR_NOT_ENOUGH_MEMORY, also for more than 5120
+ *         operations; or the registry's code.
+ */
+DWORD __cdecl TARVO_ReceivePFOsInfo(void);
+
+/** Writes changes back, keeping what others have added meanwhile. @return 0, or the registry's code; then all stays pending. */
+DWORD __cdecl TARVO_UpdatePFOsInfo(void);
+
+/**
+ * Defers a rename that replaces the target, or, with target NULL or "", a deletion. The same call twice defers twice.
+ * @return 0; ERROR_INVALID_PARAMETER, no source; ERROR_NOT_ENOUGH_MEMORY, also when 5120 operations are in memory;
+ *         or the code of reading or writing the list.
+ */
+DWORD __cdecl TARVO_RenameAfterReboot(_In_z_ const char *source, _In_opt_z_ const char *target);
+
+/**
+ * Takes operations off the list; finding none is no error.
+ * @param source       Full path, or NULL for any source.
+ * @param destination  Full path, "NUL" for deletions only, or NULL for any target.
+ * @return 0, or the code of reading or writing the list.
+ */
+DWORD __cdecl TARVO_RemovePendingFileOperation(_In_opt_z_ const char *source, _In_opt_z_ const char *destination);
+
+/**
+ * Finds what the next restart will put in place of a file; the newest operation on it decides.
+ * @param destination  Full path of the file.
+ * @param source       Receives the plain path, or "" if the file is to be deleted.
+ * @param size         Bytes at source, at least MAX_PATH.
+ * @return 0; ERROR_INSUFFICIENT_BUFFER; ERROR_FILE_NOT_FOUND, nothing will come there; or the code of reading the list.
+ */
+DWORD __cdecl TARVO_FindSourceInPFOs(_In_z_ const char *destination, _Out_writes_z_(size) char *source, DWORD size);
+
+/** Non-zero, as at load, writes every change at once; with 0 changes wait for TARVO_UpdatePFOsInfo and die with the library. */
+void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
+
+/* ---- Registry ------------------------------------------------------------------------------------------------- */
+
+/**
+ * Sets a value named by a locator, creating the key level by level. Created levels and the value are recorded.
+ * @param locator  main key name \ subkey \\ value name | data: "HKEY_LOCAL_MACHINE\Software\X\\Name|data". The value
+ *                 name may be empty; names lie within the first 2047 bytes. REG_MULTI_SZ data is a list of
+ *                 terminated texts, ended by an empty one.
+ * @param type     REG_SZ, REG_EXPAND_SZ, REG_DWORD (decimal text), REG_MULTI_SZ, or REG_NONE for the key alone.
+ * @param flush    Without effect.
+ * @return 0; ERROR_INVALID_PARAMETER, also for a malformed locator or another type; or the registry's code, levels
+ *         created so far stay.
+ */
+DWORD __cdecl TARVO_CreateRegistryEntry(_In_z_ const char *locator, DWORD type, BOOL flush);
+
+/** As TARVO_CreateRegistryEntry; virtualized 0 works in the 64-bit view, anything else in the process's own. */
+DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char *locator, DWORD type, BOOL flush, BOOL virtualized);
+
+/* ---- Uninstall log: recording --------------------------------------------------------------------------------- */
+
+/**
+ * Begins recording into an INI file, which need not exist; a read-only one is made writable.
+ * @param file    At most 259 characters are kept.
+ * @param plugIn  Only traced; may be NULL.
+ * @return 0, or the code of clearing the read-only attribute.
+ */
+DWORD __cdecl TARVO_StartUninstallLogging(_In_z_ const char *file, _In_opt_z_ const char *plugIn);
+
+/** Ends recording. @return 0; (DWORD)-2, recording is off */
+DWORD __cdecl TARVO_StopUninstallLogging(void);
+
+/**
+ * Records a line (WritePrivateProfileString).
+ * @param single  Non-zero writes entry=value; 0 writes value=1 and does not use entry.
+ * @return 0, also when nothing could be written; ERROR_INVALID_PARAMETER, one of the texts needed is NULL
+ */
+DWORD __cdecl TARVO_AddRollbackEntry(_In_z_ const char *section, _In_opt_z_ const char *entry, _In_z_ const char *value,
+                                     BOOL single);
+
+/** Records a created file or directory. @return 0; ERROR_INVALID_PARAMETER */
+DWORD __cdecl TARVO_AddFileToUninstallLog(_In_z_ const char *path);
+
+/** Records a name and value for TARVO_GetCustomUnInstallString. @return 0; ERROR_INVALID_PARAMETER */
+DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char *name, _In_z_ const char *value);
+
+/* ---- Uninstall log: replaying --------------------------------------------------------------------------------- */
+
+/** What TARVO_PerformUnInstall removes. */
+#define TARVO_UNINSTALL_REGISTRY 200        /* values, and keys that have become empty */
+#define TARVO_UNINSTALL_FILES 201           /* files and empty directories; locked ones at the next restart */
+#define TARVO_UNINSTALL_SERVICES 202        /* services, stopped first */
+#define TARVO_UNINSTALL_SHORTCUTS 203       /* as files */
+#define TARVO_UNINSTALL_EVENTS 204          /* nothing is recorded of these */
+#define TARVO_UNINSTALL_SHELL_EXTENSION 205 /* nothing is recorded of these */
+
+/** Names the log to replay. @return 0; ERROR_FILE_NOT_FOUND */
+DWORD __cdecl TARVO_OpenRollBackLog(_In_z_ const char *file);
+
+/** @return 0; (DWORD)-2, no log is open */
+DWORD __cdecl TARVO_CloseRollBackLog(void);
+
+/**
+ * Removes what the open log lists of one kind, contents before containers. Single failures are traced only.
+ * @param operation  TARVO_UNINSTALL_...
+ * @return 0; (DWORD)-2, no log is open; ERROR_INVALID_PARAMETER, no such operation; or the code of reading the log.
+ */
+DWORD __cdecl TARVO_PerformUnInstall(DWORD operation);
+
+/**
+ * Reads back a recorded name (GetPrivateProfileString).
+ * @param buffer  Receives the value, cut to size - 1 characters; "" if the name was never recorded.
+ * @return 0; ERROR_INVALID_PARAMETER, a pointer is NULL or there is no room; (DWORD)-2, no log is open
+ */
+DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char *name, _Out_writes_z_(size) char *buffer, DWORD size);
+
+/* ---- Process, module and text utilities ----------------------------------------------------------------------- */
+
+/**
+ * Starts a program or opens a document (ShellExecute), without waiting.
+ * @param commandLine  A path, or a path in double quotes and arguments.
+ * @return 0; ERROR_FILENAME_EXCED_RANGE, a quoted path of more than 259 characters; or ShellExecute's value, 32 or less.
+ */
+DWORD __cdecl TARVO_ShellExecute(_In_z_ const char *commandLine);
+
+/** @return TRUE if the library, loaded for the question if need be, exports the function; FALSE for anything else. */
+BOOL __cdecl TARVO_DllFunctionExist(_In_z_ const char *library, _In_z_ const char *function);
+
+/**
+ * Reads the lines of a section of an INI file: a list of texts ended by an empty one (two zero bytes if there are
+ * none), without line ends, leading blanks and empty lines.
+ * @param buffer  Receives the list; may be NULL.
+ * @param size    Bytes at buffer; receives the bytes that are surely enough.
+ * @return 0; ERROR_FILE_NOT_FOUND, the file cannot be read; ERROR_MORE_DATA, no buffer or too small
+ */
+DWORD __cdecl TARVO_ReadIniFileSection(_In_z_ const char *file, _In_z_ const char *section,
+                                       _Out_writes_opt_(*size) char *buffer, _Inout_ DWORD *size);
+
+/**
+ * Converts text of a code page to UTF-8 (MultiByteToWideChar, WideCharToMultiByte).
+ * @param destination  Receives the text; NULL asks for its size.
+ * @param size         Bytes at destination; receives the size needed if destination is NULL.
+ * @return 0; ERROR_INSUFFICIENT_BUFFER; or the code of the conversion.
+ */
+DWORD __cdecl TARVO_MultiByteToUtf8(_In_z_ const char *source, DWORD codePage, _Out_writes_opt_z_(*size) char *destination,
+                                    _Inout_ int *size);
+
+/** Converts UTF-8 to text of a code page; mind the order of the parameters. Otherwise as TARVO_MultiByteToUtf8. */
+DWORD __cdecl TARVO_Utf8ToMultiByte(_In_z_ const char *source, _Out_writes_opt_z_(*size) char *destination, DWORD codePage,
+                                    _Inout_ int *size);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <type_traits>
+
+#include "base/handle.h"
+
+namespace tarvo {
+
+template <class T> struct HeapArrayTraits {
+    using Handle = T*;
+    static constexpr Handle None() { return nullptr; }
+    static void Close(Handle block) { free(block); }
+};
+
+/**
+ * Owner of an array on the runtime's heap, for plain data only: elements are
+ * neither constructed nor destroyed. No memory shows as an empty owner.
+ */
+template <class T> class HeapArray : public Unique<HeapArrayTraits<T>> {
+    static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+    constexpr HeapArray() = default;
+
+    /** Replaces what is held by count elements of undefined content. @return false without memory, holding none. */
+    [[nodiscard]] bool Allocate(size_t count)
+    {
+        this->Reset();
+        if (count > static_cast<size_t>(INTPTR_MAX) / sizeof(T))
+            return false;
+        this->Reset(static_cast<T*>(malloc(count * sizeof(T))));
+        return this->Get() != nullptr;
+    }
+
+    /** As Allocate, filled with zeros. */
+    [[nodiscard]] bool AllocateZeroed(size_t count)
+    {
+        this->Reset(static_cast<T*>(calloc(count, sizeof(T))));
+        return this->Get() != nullptr;
+    }
+
+    T& operator[](size_t index) const { return this->Get()[index]; }
+};
+
+template <class T> struct HeapObjectTraits {
+    using Handle = T*;
+    static constexpr Handle None() { return nullptr; }
+    static void Close(Handle object) { delete object; }
+};
+
+/** Owner of one object made by MakeHeapObject. */
+template <class T> using UniqueObject = Unique<HeapObjectTraits<T>>;
+
+/** Makes a T on the runtime's heap; an empty owner tells that there was no memory. */
+template <class T> UniqueObject<T> MakeHeapObject()
+{
+    return UniqueObject<T>(new (std::nothrow) T);
+}
+
+/**
+ * Holds a process-wide object whose end the library entry decides. The runtime
+ * never destroys it, so nothing is registered at load and nothing runs after
+ * the entry point.
+ */
+template <class T> union ProcessWide {
+    constexpr ProcessWide() : object() {}
+    ~ProcessWide() {}
+    T object;
+};
+
+} // namespace tarvo

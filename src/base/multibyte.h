@@ -1,0 +1,54 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tarvo {
+
+/**
+ * Text in the system's ANSI code page, walked character by character: a
+ * double-byte character is one step, so that a trail byte that equals a
+ * separator never separates. A lead byte right before the end counts as a
+ * character of its own. None of these follows a text beyond its terminator.
+ */
+
+bool IsLeadByte(char byte);
+
+/** @return what follows the first character of text; text itself at its end. */
+const char* NextChar(const char* text);
+char* NextChar(char* text);
+
+/** Tells whether at, a place inside the text that begins at start, is the second byte of a character. */
+bool IsTrailByte(const char* start, const char* at);
+
+/** @return the first or last place of an ASCII character, or NULL. */
+const char* FindChar(const char* text, char wanted);
+char* FindChar(char* text, char wanted);
+const char* FindLastChar(const char* text, char wanted);
+char* FindLastChar(char* text, char wanted);
+
+/** @return the first backslash or forward slash, or NULL. */
+char* FindSeparator(char* text);
+
+/** @return the first of two backslashes in a row, or NULL. */
+char* FindDoubleBackslash(char* text);
+
+/** @return the number of characters, a double-byte character counting one. */
+size_t CountChars(const char* text);
+
+/** Equality without regard to letter case, as file and registry names have it. */
+bool EqualNoCase(const char* left, const char* right);
+
+/** @return whether text begins with prefix, without regard to letter case. */
+bool StartsWithNoCase(const char* text, const char* prefix);
+
+/** @return a number that is the same for texts that EqualNoCase calls equal. */
+uint32_t HashNoCase(const char* text);
+
+/** Changes letter case in place (LCMapString); a text that cannot be mapped stays as it is. */
+void LowerInPlace(char* text);
+void UpperInPlace(char* text);
+
+} // namespace tarvo

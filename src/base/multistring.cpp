@@ -1,0 +1,28 @@
+#include "base/multistring.h"
+
+#include <cstring>
+
+namespace tarvo {
+
+size_t MultiStringSize(const char* list)
+{
+    const char* text = list;
+    while (*text)
+        text = NextString(text);
+    return static_cast<size_t>(text - list) + 1;
+}
+
+size_t MultiStringCount(const char* list)
+{
+    size_t count = 0;
+    for (const char* text = list; *text; text = NextString(text))
+        ++count;
+    return count;
+}
+
+const char* NextString(const char* text)
+{
+    return text + strlen(text) + 1;
+}
+
+} // namespace tarvo

@@ -1,0 +1,59 @@
+#include "base/text.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace tarvo {
+
+bool CopyWhole(char* destination, size_t size, std::string_view text)
+{
+    if (text.size() >= size)
+        return false;
+    CopyCut(destination, size, text);
+    return true;
+}
+
+void CopyCut(char* destination, size_t size, std::string_view text)
+{
+    if (size == 0)
+        return;
+    const size_t kept = text.size() < size ? text.size() : size - 1;
+    if (kept)
+        memmove(destination, text.data(), kept);
+    destination[kept] = '\0';
+}
+
+bool FormatCut(char* destination, size_t size, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const bool whole = FormatCutV(destination, size, format, arguments);
+    va_end(arguments);
+    return whole;
+}
+
+bool FormatCutV(char* destination, size_t size, const char* format, va_list arguments)
+{
+    if (size == 0)
+        return false;
+    const int written = _vsnprintf(destination, size, format, arguments);
+    if (written >= 0 && static_cast<size_t>(written) < size)
+        return true;
+    destination[size - 1] = '\0';
+    return false;
+}
+
+bool HeapText::Join(std::string_view first, std::string_view second, size_t spare)
+{
+    const size_t length = first.size() + second.size();
+    if (!Allocate(length + spare + 1))
+        return false;
+    if (!first.empty())
+        memcpy(Get(), first.data(), first.size());
+    if (!second.empty())
+        memcpy(Get() + first.size(), second.data(), second.size());
+    Get()[length] = '\0';
+    return true;
+}
+
+} // namespace tarvo

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <cstddef>
+#include <string_view>
+
+#include "base/memory.h"
+
+namespace tarvo {
+
+/** How a text shows in a trace line: "null" stands for no text. */
+inline const char* Shown(const char* text, const char* ifNull = "null")
+{
+    return text ? text : ifNull;
+}
+
+inline bool IsEmpty(const char* text)
+{
+    return !text || !*text;
+}
+
+/** Copies a text that fits into size bytes, terminator included. @return false, destination untouched, if it does not.
+ */
+[[nodiscard]] bool CopyWhole(char* destination, size_t size, std::string_view text);
+
+/** Copies as much of a text as fits into size bytes; always terminated when size is not 0. */
+void CopyCut(char* destination, size_t size, std::string_view text);
+
+/** Formats into size bytes, terminator included, cutting what does not fit. @return whether all of it fitted. */
+[[gnu::format(printf, 3, 4)]] bool FormatCut(char* destination, size_t size, const char* format, ...);
+bool FormatCutV(char* destination, size_t size, const char* format, va_list arguments);
+
+/** Text in a buffer of its own; Size in bytes, terminator included. Each call says which way it is bounded. */
+template <size_t Size> class BoundedText {
+public:
+    const char* Get() const { return text_; }
+    char* Buffer() { return text_; }
+    static constexpr size_t kSize = Size;
+
+    bool Empty() const { return text_[0] == '\0'; }
+    void Clear() { text_[0] = '\0'; }
+
+    /** Refuses what does not fit: for paths and names. */
+    [[nodiscard]] bool Set(std::string_view text) { return CopyWhole(text_, Size, text); }
+
+    /** Keeps what fits: for messages, and where a cut is agreed. */
+    void SetCut(std::string_view text) { CopyCut(text_, Size, text); }
+
+    template <class... Arguments> bool Format(const char* format, Arguments... arguments)
+    {
+        return FormatCut(text_, Size, format, arguments...);
+    }
+
+private:
+    char text_[Size] = {};
+};
+
+/** Owner of a text on the runtime's heap. */
+class HeapText : public HeapArray<char> {
+public:
+    /** Keeps a copy of text with spare further bytes behind it. @return false without memory, holding none. */
+    [[nodiscard]] bool Copy(std::string_view text, size_t spare = 0) { return Join(text, {}, spare); }
+
+    /** Keeps first and second in a row. Neither may lie in what is held. */
+    [[nodiscard]] bool Join(std::string_view first, std::string_view second, size_t spare = 0);
+};
+
+} // namespace tarvo

@@ -1,0 +1,69 @@
+// TARVO_CreateDirectory: one level after the other.
+
+#include "base/multibyte.h"
+#include "base/text.h"
+#include "files/path_utils.h"
+#include "files/pending_entries.h"
+#include "frame/scope.h"
+#include "tarvo/tarvo.h"
+
+namespace tarvo {
+namespace {
+
+bool IsRootedAtDrive(const char* path)
+{
+    // A UNC path has no colon there; nor has "/" or "\" itself.
+    return path[0] && path[0] != '\\' && path[0] != '/' && path[1] == ':' && path[2] == '\\';
+}
+
+DWORD CreateLevel(const char* path)
+{
+    if (IsPathExist(path, 1))
+        return ERROR_SUCCESS;
+    TracePrint(kInfo, 1, "Creating directory [%s]...\n", path);
+    if (!CreateDirectoryA(path, nullptr))
+        return GetLastError();
+    TARVO_AddFileToUninstallLog(path);
+    ClearPendingEntries(path);
+    return ERROR_SUCCESS;
+}
+
+/** Creates each level of a path that ends in a separator; cuts the path there for the time of its level. */
+DWORD CreateLevels(char* path)
+{
+    char* separator = path + 2;
+    while ((separator = FindSeparator(separator + 1)) != nullptr) {
+        const char kept = *separator;
+        *separator = '\0';
+        if (const DWORD code = CreateLevel(path))
+            return code;
+        *separator = kept;
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD CreateDirectories(const char* path)
+{
+    if (!path)
+        return ERROR_INVALID_PARAMETER;
+    if (IsPathFile(path)) {
+        TracePrint(kInfo, 1, "%s", "The specified path is the path to a file.\n");
+        return ERROR_FILE_EXISTS;
+    }
+    HeapText levels;
+    if (!levels.Join(path, "\\"))
+        return ERROR_NOT_ENOUGH_MEMORY;
+    return IsRootedAtDrive(path) ? CreateLevels(levels.Get()) : ERROR_INVALID_PARAMETER;
+}
+
+} // namespace
+} // namespace tarvo
+
+using namespace tarvo;
+
+DWORD __cdecl TARVO_CreateDirectory(const char* path)
+{
+    FunctionScope scope("TARVO_CreateDirectory", 0);
+    TracePrint(kInfo, 1, "Called with [%s].\n", Shown(path));
+    return scope.End(CreateDirectories(path));
+}

@@ -1,0 +1,67 @@
+#include "pending/entry.h"
+
+#include <cstring>
+#include <cwchar>
+
+#include "base/multibyte.h"
+#include "files/path_utils.h"
+
+namespace tarvo {
+namespace {
+
+bool SameExact(const wchar_t* left, const wchar_t* right)
+{
+    if (!left || !right)
+        return left == right;
+    return wcscmp(left, right) == 0;
+}
+
+bool FieldMatches(const char* query, const wchar_t* exactQuery, const char* text, const wchar_t* exactText)
+{
+    if (!query || !text)
+        return true;
+    return EqualNoCase(query, text) && SameExact(exactQuery, exactText);
+}
+
+} // namespace
+
+DWORD PendingFileEntry::OwnedText::Set(const char* value)
+{
+    isSet = false;
+    if (!value)
+        return ERROR_SUCCESS;
+    const size_t size = strlen(value) + 1;
+    if (size > room) {
+        room = 0;
+        if (!text.Allocate(size))
+            return ERROR_NOT_ENOUGH_MEMORY;
+        room = size;
+    }
+    memcpy(text.Get(), value, size);
+    NormalizePath(text.Get());
+    isSet = true;
+    return ERROR_SUCCESS;
+}
+
+DWORD PendingFileEntry::SetEntry(const char* source, const char* target)
+{
+    exactSource_.Reset();
+    exactTarget_.Reset();
+    if (const DWORD code = source_.Set(source))
+        return code;
+    return target_.Set(target);
+}
+
+void PendingFileEntry::SetExact(WideText source, WideText target)
+{
+    exactSource_ = static_cast<WideText&&>(source);
+    exactTarget_ = static_cast<WideText&&>(target);
+}
+
+bool PendingFileEntry::Matches(const PendingFileEntry& query, const PendingFileEntry& entry)
+{
+    return FieldMatches(query.Source(), query.ExactSource(), entry.Source(), entry.ExactSource()) &&
+           FieldMatches(query.Target(), query.ExactTarget(), entry.Target(), entry.ExactTarget());
+}
+
+} // namespace tarvo
