@@ -179,6 +179,48 @@ DWORD __cdecl TARVO_CreateRegistryEntry(_In_z_ const char *locator, DWORD type, 
 /** As TARVO_CreateRegistryEntry; virtualized 0 works in the 64-bit view, anything else in the process's own. */
 DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char *locator, DWORD type, BOOL flush, BOOL virtualized);
 
+/**
+ * Sets the installed version of a product, below Software\Norrin Vale\Velmora\(product) in HKEY_LOCAL_MACHINE: the
+ * value CurrentVersion. Recorded as TARVO_CreateRegistryEntry does.
+ * @return 0; ERROR_INVALID_PARAMETER, a text is NULL or empty; ERROR_INSUFFICIENT_BUFFER, together too long for a
+ *         locator; or the code of TARVO_CreateRegistryEntry.
+ */
+DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char *version, _In_z_ const char *product);
+
+/**
+ * Puts a copy of a shared library on the list of its name, newest file first, files without a version last; what the
+ * next restart will put in a copy's place counts. Created keys are recorded, the list is not. The current security
+ * policy is put on the key of the lists.
+ * @param path  Full path, at most 259 characters; stored in lower case.
+ * @return 0; ERROR_INVALID_PARAMETER, NULL or empty; ERROR_FILENAME_EXCED_RANGE; ERROR_INVALID_DATA, the value is no
+ *         text list and stays; or the registry's code.
+ */
+DWORD __cdecl TARVO_RegisterDelayLoadLibrary(_In_z_ const char *path);
+
+/** Takes a copy off the list, the value and the key with the last one. @return as above; 0 too if it was not on a list */
+DWORD __cdecl TARVO_UnRegisterDelayLoadLibrary(_In_z_ const char *path);
+
+/**
+ * Registers where a localization resource lies: directory and base name in one path. Recorded. The current security
+ * policy is put on the key.
+ * @return 0; ERROR_INVALID_PARAMETER, a text is NULL or empty; ERROR_FILENAME_EXCED_RANGE; or the registry's code.
+ */
+DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char *directory, _In_z_ const char *baseName);
+
+/**
+ * Registers a source of the Application event log, or overwrites one. Not recorded: TARVO_DeleteEventSource removes it.
+ * @param messageFile  File with the message texts; may hold environment variables.
+ * @param types        EVENTLOG_..._TYPE bits.
+ * @param categories   Number of categories in the same file; 0 leaves the category values as they are.
+ * @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_INSUFFICIENT_BUFFER, too long a source; or the
+ *         registry's code, values written before stay.
+ */
+DWORD __cdecl TARVO_AddEventSource(_In_z_ const char *source, _In_z_ const char *messageFile, DWORD types,
+                                   DWORD categories);
+
+/** @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_FILE_NOT_FOUND; or the registry's code */
+DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char *source);
+
 /* ---- Uninstall log: recording --------------------------------------------------------------------------------- */
 
 /**
@@ -270,6 +312,55 @@ DWORD __cdecl TARVO_MultiByteToUtf8(_In_z_ const char *source, DWORD codePage, _
 /** Converts UTF-8 to text of a code page; mind the order of the parameters. Otherwise as TARVO_MultiByteToUtf8. */
 DWORD __cdecl TARVO_Utf8ToMultiByte(_In_z_ const char *source, _Out_writes_opt_z_(*size) char *destination, DWORD codePage,
                                     _Inout_ int *size);
+
+/* ---- Shortcuts ------------------------------------------------------------------------------------------------- */
+
+/**
+ * Creates a shortcut in a group of the Start menu's programs, for all users where the system has such a folder
+ * (IShellLink). The group folder is made if need be; both are recorded.
+ * @param file      The target, or the target in double quotes and its arguments; each at most 259 characters.
+ * @param startIn   Working directory; may be NULL.
+ * @param runState  SW_SHOWNORMAL, SW_SHOWMAXIMIZED or SW_SHOWMINNOACTIVE.
+ * @return 0; ERROR_FILENAME_EXCED_RANGE; the code of making the folder; 0xFFFFFFFF, the shell failed.
+ */
+DWORD __cdecl TARVO_AddShortCut(_In_z_ const char *group, _In_z_ const char *description, _In_z_ const char *file,
+                                _In_opt_z_ const char *startIn, DWORD runState);
+
+/**
+ * Deletes a shortcut, and its group folder if that has become empty.
+ * @return 0; ERROR_FILE_NOT_FOUND; ERROR_FILENAME_EXCED_RANGE; another code of deleting the file; 0xFFFFFFFF.
+ */
+DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char *group, _In_z_ const char *description);
+
+/* ---- Management plug-ins ---------------------------------------------------------------------------------------- */
+
+/** Registers a plug-in of the management console: its ImagePath. Recorded. @return as TARVO_CreateRegistryEntry */
+DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char *name, _In_z_ const char *path);
+
+/**
+ * Registers a plug-in of the management agent; each value is recorded. All is written as it is given.
+ * @param reserved          Ignored.
+ * @param dependencies      List of texts ended by an empty one; at most 1024 bytes are taken.
+ * @param restartAttempts   This one, restartInterval and waitingInterval: 0xFFFFFFFF leaves the value out.
+ * @return 0; ERROR_INVALID_PARAMETER; ERROR_INSUFFICIENT_BUFFER, too long for a locator of 2047 bytes; or the code of
+ *         TARVO_CreateRegistryEntry, values written so far stay.
+ */
+DWORD __cdecl TARVO_RegisterKobaPlugInEx(DWORD reserved, DWORD type, DWORD startMode, DWORD errorControl,
+                                         _In_z_ const char *name, _In_z_ const char *oid, _In_z_ const char *path,
+                                         _In_ const char *dependencies, DWORD restartAttempts, DWORD restartInterval,
+                                         DWORD waitingInterval);
+
+/** As TARVO_RegisterKobaPlugInEx, without the three restart values. */
+DWORD __cdecl TARVO_RegisterKobaPlugIn(DWORD reserved, DWORD type, DWORD startMode, DWORD errorControl,
+                                       _In_z_ const char *name, _In_z_ const char *oid, _In_z_ const char *path,
+                                       _In_ const char *dependencies);
+
+/**
+ * Sets one more value of a registered agent plug-in (RegSetValueEx). Recorded.
+ * @return 0; ERROR_INVALID_PARAMETER, no name; ERROR_FILE_NOT_FOUND, no such plug-in; or the registry's code.
+ */
+DWORD __cdecl TARVO_RegisterKobaPlugInProperty(_In_z_ const char *name, _In_opt_z_ const char *property, DWORD type,
+                                               _In_reads_bytes_(size) const void *data, DWORD size);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,76 @@
+#include "system/shell_link.h"
+
+#include <shlobj.h>
+
+#include "accounts/wide_text.h"
+#include "base/com_object.h"
+#include "frame/scope.h"
+
+namespace tarvo {
+namespace {
+
+/** COM for the time of one link; each call for itself, whatever the thread has done before. */
+class ComSession {
+public:
+    ComSession() : result_(CoInitialize(nullptr)) {}
+    ~ComSession()
+    {
+        // A thread that is in another mode was not entered, and must not be left.
+        if (SUCCEEDED(result_))
+            CoUninitialize();
+    }
+    ComSession(const ComSession&) = delete;
+    ComSession& operator=(const ComSession&) = delete;
+
+private:
+    HRESULT result_;
+};
+
+HRESULT SetProperties(IShellLinkA& object, const ShellLink& link)
+{
+    HRESULT result = object.SetWorkingDirectory(link.startIn);
+    if (SUCCEEDED(result))
+        result = object.SetShowCmd(static_cast<int>(link.showCommand));
+    if (SUCCEEDED(result))
+        result = object.SetDescription(link.description);
+    if (SUCCEEDED(result) && !IsEmpty(link.arguments))
+        result = object.SetArguments(link.arguments);
+    if (SUCCEEDED(result))
+        result = object.SetPath(link.target);
+    return result;
+}
+
+HRESULT SaveLink(const ShellLink& link, const char* linkFile)
+{
+    const WideText wideFile = AllocWideFromAnsi(linkFile);
+    if (!wideFile)
+        return E_OUTOFMEMORY;
+    UniqueCom<IShellLinkA> object;
+    HRESULT result = CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkA,
+                                      reinterpret_cast<void**>(object.Put()));
+    if (FAILED(result))
+        return result;
+    UniqueCom<IPersistFile> file;
+    result = object.Get()->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(file.Put()));
+    if (SUCCEEDED(result))
+        result = SetProperties(*object.Get(), link);
+    if (SUCCEEDED(result))
+        result = file.Get()->Save(wideFile.Get(), TRUE);
+    return result;
+}
+
+} // namespace
+
+HRESULT CreateShortcut(const ShellLink& link, const char* linkFile)
+{
+    FunctionScope scope("CreateShortcut", 0);
+    const ComSession com;
+    const HRESULT result = SaveLink(link, linkFile);
+    if (FAILED(result))
+        scope.Error("Failed to create shortcut", static_cast<DWORD>(result));
+    else
+        scope.Ok();
+    return result;
+}
+
+} // namespace tarvo
