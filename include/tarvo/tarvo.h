@@ -332,6 +332,59 @@ DWORD __cdecl TARVO_AddShortCut(_In_z_ const char *group, _In_z_ const char *des
  */
 DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char *group, _In_z_ const char *description);
 
+/* ---- Dialogs and restart ---------------------------------------------------------------------------------------- */
+
+/**
+ * Shows the please-wait window, centred, with a caption and a line of text; one already shown goes first. It belongs to
+ * the calling thread, which must dispatch messages for it to paint, and goes with TARVO_HideProgressDialog or the library.
+ * @return 0; 0xFFFFFFFF, nothing is shown
+ */
+DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const char *caption,
+                                       _In_opt_z_ const char *message);
+
+/** Removes the please-wait window. @return 0, also if there is none */
+DWORD __cdecl TARVO_HideProgressDialog(void);
+
+#define TARVO_REBOOT_NORMAL 1 /* applications may refuse */
+#define TARVO_REBOOT_FORCED 2 /* applications are closed, unsaved data is lost */
+
+/**
+ * Restarts the machine at once (InitiateSystemShutdown); returns as soon as that is on its way.
+ * @param mode  TARVO_REBOOT_...
+ * @return 0; ERROR_INVALID_PARAMETER; or the code of the token, the privilege or the shutdown.
+ */
+DWORD __cdecl TARVO_Reboot(int mode);
+
+/**
+ * Lets the person choose an account in the system's user browser.
+ * @param user, domain  Receive the names, cut and terminated; a size of 0 gets nothing.
+ * @return 0; 1, cancelled; 2, the browser is not available; ERROR_INVALID_PARAMETER, a buffer is NULL
+ */
+DWORD __cdecl TARVO_DlgSelectUser(_In_opt_ HWND owner, _Out_writes_z_(userSize) char *user, DWORD userSize,
+                                  _Out_writes_z_(domainSize) char *domain, DWORD domainSize);
+
+/**
+ * Lets the person choose a folder of the file system (SHBrowseForFolder). The current directory stays.
+ * @param pchTitle         Caption of the dialog, or NULL.
+ * @param pchInstructions  Text above the tree, or NULL.
+ * @param bMyComputerOnly  Non-zero: the tree begins at the computer's drives.
+ * @param folder           At least MAX_PATH bytes. In: a drive path to select, as far as it exists, or "". Out: the
+ *                         folder chosen; as it was if none was.
+ * @return 0; 1, cancelled; ERROR_NOT_ENOUGH_MEMORY, no shell allocator; ERROR_BAD_PATHNAME, no folder of a file system
+ */
+DWORD __cdecl TARVO_DlgSelectSharedFolderEx(_In_opt_ HWND hParentWnd, _In_opt_z_ const char *pchTitle,
+                                            _In_opt_z_ const char *pchInstructions, BOOL bEditBoxEnable,
+                                            BOOL bNewDialogStyle, BOOL bMyComputerOnly,
+                                            _Inout_updates_z_(MAX_PATH) char *folder);
+
+/**
+ * As TARVO_DlgSelectSharedFolderEx without options or initial folder.
+ * @param pdwBufferLen  Bytes at pchBuffer; receives the bytes that the folder needs.
+ * @return as there; 1 with the text "Buffer is too small." too, the buffer then untouched
+ */
+DWORD __cdecl TARVO_DlgSelectSharedFolder(_In_opt_ HWND hParentWnd, _Out_writes_z_(*pdwBufferLen) char *pchBuffer,
+                                          _Inout_ DWORD *pdwBufferLen);
+
 /* ---- Management plug-ins ---------------------------------------------------------------------------------------- */
 
 /** Registers a plug-in of the management console: its ImagePath. Recorded. @return as TARVO_CreateRegistryEntry */
