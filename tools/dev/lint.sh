@@ -32,7 +32,7 @@ run_clang_tidy() {
     local gcc headers
     gcc=$(dirname "$(i686-w64-mingw32-g++-posix -print-libgcc-file-name)")
     headers=$gcc/include/c++
-    (($#)) || set -- "^$root/(src|tests|bench|examples)/"
+    (($#)) || set -- "^$root/(src|tests|bench|examples)/.*\.(c|cpp)\$"
     run-clang-tidy -quiet -p "$build" -j "$(nproc)" \
         -extra-arg-before=--target=i686-w64-mingw32 \
         -extra-arg=-isystem"$headers" \

@@ -20,8 +20,9 @@ readonly tree_links=(
 # Where the kernel refuses 32-bit programs, the tree brings an emulator for them.
 # Wine needs one that knows MAP_FIXED_NOREPLACE (a program's start takes a minute
 # with older ones), which Debian 12 has among its backports.
-emulator_package() {
+emulator_packages() {
     ! kernel_runs_32_bit || return 0
+    echo util-linux # for enter-tree.sh
     case $(debian_codename) in
         bookworm) echo qemu-user/bookworm-backports ;;
         *) echo qemu-user ;;
@@ -49,7 +50,7 @@ kernel_runs_32_bit() {
 need_tree() {
     local packages tree
     mkdir -p "$cache"
-    mapfile -t packages < <("tree_packages_$1"; emulator_package)
+    mapfile -t packages < <("tree_packages_$1"; emulator_packages)
     tree=$cache/wine-$(digest "${packages[@]}" "$(declare -f build_tree unpack_package finish_tree link_alternatives)" "${tree_links[@]}")
     [[ -d $tree ]] || with_lock tree build_tree "$tree" "${packages[@]}" >&2 || return 1
     echo "$tree"
