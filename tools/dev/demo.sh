@@ -152,8 +152,8 @@ run_setup() {
     local expected=$1 program=$2 status=0
     shift 2
     rm -f "$work/report.txt"
-    windows "$program" /S "/LOG=$(in_windows "$work/setup.log")" \
-        "/REPORT=$(in_windows "$work/report.txt")" "$@" >>"$noise" || status=$?
+    LANTERN_LOG=$(in_windows "$work/setup.log") LANTERN_REPORT=$(in_windows "$work/report.txt") \
+        windows "$program" /S "$@" >>"$noise" || status=$?
     [[ ! -f $work/report.txt ]] || tr -d '\r' <"$work/report.txt" | indent
     case $expected in
         0) check "it ended with 0" is 0 "$status" ;;
