@@ -136,7 +136,7 @@ show_logs() {
     tr -d '\r' <"$work/uninstall-log.txt" | indent
     step "The setup log: the calls of both setups and the uninstaller ($(wc -l <"$work/setup.log") lines)"
     tr -d '\r' <"$work/setup.log" | outer_calls | indent
-    tell ""
+    echo
     tell "The whole setup log: $work/setup.log"
     tell "Every step was as it should be; nothing is left of the product."
 }
