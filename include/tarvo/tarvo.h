@@ -236,6 +236,59 @@ DWORD __cdecl TARVO_PerformUnInstall(DWORD operation);
  */
 DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char *name, _Out_writes_z_(size) char *buffer, DWORD size);
 
+/* ---- Platform ------------------------------------------------------------------------------------------------- */
+
+/** Which Windows it is; newer ones are greater, but for Windows ME. */
+#define TARVO_PLATFORM_UNKNOWN 101
+#define TARVO_PLATFORM_WIN95 103
+#define TARVO_PLATFORM_WIN98 104
+#define TARVO_PLATFORM_WIN32S 105
+#define TARVO_PLATFORM_NT35 106
+#define TARVO_PLATFORM_NT351 107
+#define TARVO_PLATFORM_NT4 108
+#define TARVO_PLATFORM_NT50 109 /* Windows 2000 */
+#define TARVO_PLATFORM_WINME 110
+#define TARVO_PLATFORM_NT51 111 /* Windows XP */
+#define TARVO_PLATFORM_NT52 112 /* Windows Server 2003 and other 5.x */
+#define TARVO_PLATFORM_NT60_WORKSTATION 113
+#define TARVO_PLATFORM_NT60_SERVER 114
+#define TARVO_PLATFORM_NT61_WORKSTATION 115
+#define TARVO_PLATFORM_NT61_SERVER 116
+#define TARVO_PLATFORM_NT62_WORKSTATION 117
+#define TARVO_PLATFORM_NT62_SERVER 118
+#define TARVO_PLATFORM_NT63_WORKSTATION 119
+#define TARVO_PLATFORM_NT63_SERVER 120
+
+/**
+ * Tells which Windows this is, by what it says of itself (GetVersionEx).
+ * @return TARVO_PLATFORM_..., no result code: TARVO_PLATFORM_UNKNOWN also stands for a failing query, which stores its
+ *         text, and for any Windows that reports NT 6.4 or later.
+ */
+DWORD __cdecl TARVO_GetPlatform(void);
+
+/** What TARVO_GetPlatformEx answers. */
+#define TARVO_ASK_PLATFORM 150      /* integer: as TARVO_GetPlatform */
+#define TARVO_ASK_IS_NT 151         /* bool: of the NT family */
+#define TARVO_ASK_IS_WINDOWS_9X 152 /* bool: of the Windows 95 family */
+#define TARVO_ASK_IS_SERVER 153     /* bool: an NT server or domain controller (NetServerGetInfo) */
+#define TARVO_ASK_SERVICE_PACK 156  /* integer: number of the service pack, 0 for none */
+
+/**
+ * Answers one question about the platform.
+ * @param item           TARVO_ASK_...
+ * @param boolBuffer     Receives 1 or 0 for a bool item; may be NULL.
+ * @param integerBuffer  Receives the number for an integer item; may be NULL.
+ * @return 0, also if there is no room for the answer; ERROR_INVALID_PARAMETER, no such item; the code of
+ *         NetServerGetInfo or, for the service pack, of GetVersionEx: then nothing is written.
+ */
+DWORD __cdecl TARVO_GetPlatformEx(DWORD item, _Out_opt_ BOOL *boolBuffer, _Out_opt_ DWORD *integerBuffer);
+
+/** @return non-zero on a 64-bit Windows (IsWow64Process); no result code. */
+BOOL __cdecl TARVO_Is64BitPlatform(void);
+
+/** @return the bytes of physical memory as a 32-bit program sees them (GlobalMemoryStatus); no result code. */
+DWORD __cdecl TARVO_GetAmountOfRAM(void);
+
 /* ---- Process, module and text utilities ----------------------------------------------------------------------- */
 
 /**
