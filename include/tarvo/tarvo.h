@@ -462,6 +462,38 @@ DWORD __cdecl TARVO_MultiByteToUtf8(_In_z_ const char *source, DWORD codePage, _
 DWORD __cdecl TARVO_Utf8ToMultiByte(_In_z_ const char *source, _Out_writes_opt_z_(*size) char *destination, DWORD codePage,
                                     _Inout_ int *size);
 
+/* ---- Product components --------------------------------------------------------------------------------------- */
+
+/**
+ * Starts the management console, kob32.exe in the product's common directory, without waiting (ShellExecute).
+ * @return 0; 0xFFFFFFFF, the directory is not in the registry or the program does not start
+ */
+DWORD __cdecl TARVO_StartKOB(void);
+
+/** Does nothing. @return 0 */
+DWORD __cdecl TARVO_StopKOB(void);
+
+/**
+ * Starts the management agent's service, KOBA, unless it runs or starts already, and gives it a minute to run; not
+ * running by then is no failure.
+ * @return 0; or the code of TARVO_GetServiceStatus, TARVO_StartService or TARVO_WaitForServiceState.
+ */
+DWORD __cdecl TARVO_StartKOBA(void);
+
+/**
+ * Stops the management agent's service and gives it a minute to stop; still running by then is no failure.
+ * @return 0, also without such a service; or the code of TARVO_StopService or TARVO_WaitForServiceState.
+ */
+DWORD __cdecl TARVO_StopKOBA(void);
+
+/**
+ * Copies a default policy file into a directory over an existing one, unless it lies there already, and records it;
+ * for the extension dpf the file of the same name with dpx is recorded too.
+ * @return 0; ERROR_FILENAME_EXCED_RANGE, a path of more than 259 characters; or the code of TARVO_CopyFile, then
+ *         nothing is recorded.
+ */
+DWORD __cdecl TARVO_InstallDefaultPolicyFile(_In_z_ const char *source, _In_z_ const char *directory);
+
 #ifdef __cplusplus
 }
 #endif
