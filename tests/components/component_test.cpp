@@ -122,6 +122,9 @@ TEST_F(ComponentExports, AgentIsStartedAndStoppedByItsState)
         if (row.code) {
             EXPECT_EQ(kit::SystemText(row.code), kit::LastMessage());
         }
+        if (row.before) {
+            EXPECT_FALSE(log.Contains("{ TARVO_StartService"));
+        }
         bool found = !*row.line;
         for (size_t index = 0; index < log.Lines().size() && !found; ++index)
             found = log.Lines()[index].substr(0, 1) + " " + log.Messages()[index] == row.line;
