@@ -9,7 +9,6 @@
 namespace tarvo {
 namespace {
 
-constexpr DWORD kAtEnd = MAXDWORD; // as AddAce has it
 constexpr DWORD kAceWithoutSid = offsetof(ACCESS_ALLOWED_ACE, SidStart);
 constexpr BYTE kInheritOnly = OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE | INHERIT_ONLY_ACE;
 
@@ -102,46 +101,62 @@ DWORD AllocateAcl(UniqueAcl& dacl, DWORD size, DWORD revision)
     return InitializeAcl(dacl.Acl(), size, revision) ? ERROR_SUCCESS : FailedCall("InitializeAcl failed.\n");
 }
 
-/** @param position  Receives the index of the first allowing or inherited entry, if there is one. */
-DWORD CopyEntries(const UniqueAcl& dacl, PACL old, const OldEntries& entries, DWORD& position)
-{
-    for (DWORD index = 0; index < entries.count; ++index) {
-        ACE_HEADER* ace = nullptr;
-        if (const DWORD code = ReadAce(old, index, ace))
-            return code;
-        if (!AddAce(dacl.Acl(), entries.revision, kAtEnd, ace, ace->AceSize))
-            return FailedCall("AddAce failed.\n");
-        const bool goesBehind = (ace->AceFlags & INHERITED_ACE) || ace->AceType == ACCESS_ALLOWED_ACE_TYPE;
-        if (goesBehind && position == kAtEnd)
-            position = index;
-    }
-    return ERROR_SUCCESS;
-}
+/** A new list that is filled from front to back. */
+struct NewList {
+    UniqueAcl acl;
+    DWORD revision;
 
-DWORD AddGrant(const UniqueAcl& dacl, DWORD revision, DWORD position, BYTE flags, const Grant& grant)
+    DWORD Append(void* ace, DWORD size) const
+    {
+        return AddAce(acl.Acl(), revision, MAXDWORD, ace, size) ? ERROR_SUCCESS : FailedCall("AddAce failed.\n");
+    }
+};
+
+DWORD AppendGrant(const NewList& list, const Grant& grant, BYTE flags)
 {
     alignas(ACCESS_ALLOWED_ACE) BYTE buffer[kAceWithoutSid + SECURITY_MAX_SID_SIZE] = {};
     ACCESS_ALLOWED_ACE& ace = *reinterpret_cast<ACCESS_ALLOWED_ACE*>(buffer);
-    const DWORD size = kAceWithoutSid + GetLengthSid(grant.sid);
     ace.Header.AceType = ACCESS_ALLOWED_ACE_TYPE;
     ace.Header.AceFlags = flags;
-    ace.Header.AceSize = static_cast<WORD>(size);
+    ace.Header.AceSize = static_cast<WORD>(kAceWithoutSid + GetLengthSid(grant.sid));
     ace.Mask = grant.mask;
     if (!CopySid(SECURITY_MAX_SID_SIZE, &ace.SidStart, grant.sid))
         return FailedCall("CopySid failed.\n");
     TracePrint(kInfo, 3, "%s", "Calling AddAce...\n");
-    return AddAce(dacl.Acl(), revision, position, buffer, size) ? ERROR_SUCCESS : FailedCall("AddAce failed.\n");
+    return list.Append(buffer, ace.Header.AceSize);
 }
 
-DWORD AddGrants(const UniqueAcl& dacl, DWORD revision, DWORD position, const Grant& grant)
+DWORD AppendGrants(const NewList& list, const Grant& grant)
 {
     if (grant.thisObject) {
-        if (const DWORD code = AddGrant(dacl, revision, position, 0, grant))
+        if (const DWORD code = AppendGrant(list, grant, 0))
             return code;
-        if (position != kAtEnd)
-            ++position;
     }
-    return grant.inherit ? AddGrant(dacl, revision, position, kInheritOnly, grant) : ERROR_SUCCESS;
+    return grant.inherit ? AppendGrant(list, grant, kInheritOnly) : ERROR_SUCCESS;
+}
+
+/** Tells whether new entries go in front of an old one: they follow what denies and is the object's own. */
+bool GoesBehindNewOnes(const ACE_HEADER* ace)
+{
+    return (ace->AceFlags & INHERITED_ACE) || ace->AceType == ACCESS_ALLOWED_ACE_TYPE;
+}
+
+DWORD Fill(const NewList& list, PACL old, DWORD oldCount, const Grant& grant)
+{
+    bool granted = false;
+    for (DWORD index = 0; index < oldCount; ++index) {
+        ACE_HEADER* ace = nullptr;
+        if (const DWORD code = ReadAce(old, index, ace))
+            return code;
+        if (!granted && GoesBehindNewOnes(ace)) {
+            granted = true;
+            if (const DWORD code = AppendGrants(list, grant))
+                return code;
+        }
+        if (const DWORD code = list.Append(ace, ace->AceSize))
+            return code;
+    }
+    return granted ? ERROR_SUCCESS : AppendGrants(list, grant);
 }
 
 DWORD MakeDacl(UniqueAcl& dacl, PACL old, const Grant& grant)
@@ -154,15 +169,12 @@ DWORD MakeDacl(UniqueAcl& dacl, PACL old, const Grant& grant)
             return code;
     }
     TracePrint(kInfo, 3, "Old ACE count: [%d]\n", static_cast<int>(entries.count));
-    UniqueAcl made;
-    if (const DWORD code = AllocateAcl(made, entries.bytes + NewEntriesSize(grant), entries.revision))
+    NewList made = {{}, entries.revision};
+    if (const DWORD code = AllocateAcl(made.acl, entries.bytes + NewEntriesSize(grant), entries.revision))
         return code;
-    DWORD position = kAtEnd;
-    if (const DWORD code = CopyEntries(made, old, entries, position))
+    if (const DWORD code = Fill(made, old, entries.count, grant))
         return code;
-    if (const DWORD code = AddGrants(made, entries.revision, position, grant))
-        return code;
-    dacl = std::move(made);
+    dacl = std::move(made.acl);
     return ERROR_SUCCESS;
 }
 
