@@ -32,8 +32,8 @@ struct FetchedDacl {
 DWORD FetchDacl(SE_OBJECT_TYPE type, const char* name, FetchedDacl& dacl)
 {
     TracePrint(kInfo, 3, "%s", "Calling GetNamedSecurityInfo...\n");
-    const DWORD code = GetNamedSecurityInfoA(const_cast<char*>(name), type, DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                                             &dacl.acl, nullptr, dacl.descriptor.Put());
+    const DWORD code = GetNamedSecurityInfoA(name, type, DACL_SECURITY_INFORMATION, nullptr, nullptr, &dacl.acl,
+                                             nullptr, dacl.descriptor.Put());
     if (code != ERROR_SUCCESS)
         TracePrint(kError, 3, "%s", "GetNamedSecurityInfo failed.\n");
     return code;

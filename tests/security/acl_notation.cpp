@@ -156,14 +156,11 @@ std::string Read(const std::string& name, DWORD type)
 {
     PACL acl = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD code = GetNamedSecurityInfoA(const_cast<char*>(name.c_str()), static_cast<SE_OBJECT_TYPE>(type),
-                                             DACL_SECURITY_INFORMATION, nullptr, nullptr, &acl, nullptr, &descriptor);
+    const DWORD code = GetNamedSecurityInfoA(name.c_str(), static_cast<SE_OBJECT_TYPE>(type), DACL_SECURITY_INFORMATION,
+                                             nullptr, nullptr, &acl, nullptr, &descriptor);
     if (code)
         return std::to_string(code);
-    SECURITY_DESCRIPTOR_CONTROL control = 0;
-    DWORD revision = 0;
-    GetSecurityDescriptorControl(descriptor, &control, &revision);
-    std::string text = (control & SE_DACL_PROTECTED ? "P " : "") + Describe(acl);
+    std::string text = Describe(acl);
     LocalFree(descriptor);
     return text;
 }

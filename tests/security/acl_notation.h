@@ -19,7 +19,7 @@ std::vector<BYTE> Make(std::string_view text);
 /** @return "none" for no list; "" for an empty one. */
 std::string Describe(const ACL* acl);
 
-/** An object's list as the system hands it out, "P " in front if protected; its code if it does not. */
+/** An object's list as the system hands it out; its code if it does not. Wine forgets that a list is protected. */
 std::string Read(const std::string& name, DWORD type);
 
 /** Gives a registry object a protected list. */
