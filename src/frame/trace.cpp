@@ -200,21 +200,24 @@ TraceStream& TraceStream::Add(const char* text)
 TraceStream& TraceStream::Add(long number)
 {
     BoundedText<16> digits;
-    digits.Format("%ld", number);
+    if (tracing_)
+        digits.Format("%ld", number);
     return Add(digits.Get());
 }
 
 TraceStream& TraceStream::Add(unsigned long number)
 {
     BoundedText<16> digits;
-    digits.Format("%lu", number);
+    if (tracing_)
+        digits.Format("%lu", number);
     return Add(digits.Get());
 }
 
 TraceStream& TraceStream::Add(const void* pointer)
 {
     BoundedText<16> digits;
-    digits.Format("0x%p", pointer);
+    if (tracing_)
+        digits.Format("0x%p", pointer);
     return Add(digits.Get());
 }
 
