@@ -53,19 +53,16 @@ struct KeyWalk {
     void* context;
 };
 
-/** Lists what a key holds. The key itself need not stay open for its subkeys. */
-DWORD ListSubkeys(const KeyWalk& walk, const char* subkey, SubkeyNames& names)
-{
-    RegistryKey key;
-    if (const DWORD code = key.Open(walk.mainKey, subkey, KEY_READ))
-        return code;
-    return names.Read(key.Handle());
-}
+/** Where the walk opens a key: by a name in the key above, whose path need not be looked up again, or by its path. */
+struct KeyPlace {
+    HKEY above;
+    const char* name;
+};
 
-DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const SubkeyNames& names);
+DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const KeyPlace& place);
 
 // Calls itself for each level, of which the registry has 512 at most.
-DWORD VisitKey(const KeyWalk& walk, const char* subkey)
+DWORD VisitKey(const KeyWalk& walk, const char* subkey, const KeyPlace& place)
 {
     TraceStream stream("ProcessAllRegKeys");
     stream.Add(static_cast<const void*>(walk.mainKey)).Add(subkey).Add(reinterpret_cast<const void*>(walk.callback));
@@ -74,21 +71,24 @@ DWORD VisitKey(const KeyWalk& walk, const char* subkey)
         return ERROR_INVALID_PARAMETER;
     if (const DWORD code = walk.callback(walk.mainKey, subkey, walk.context))
         return code;
-    SubkeyNames names;
-    if (const DWORD code = ListSubkeys(walk, subkey, names))
-        return code;
-    return VisitSubkeys(walk, subkey, names);
+    return VisitSubkeys(walk, subkey, place);
 }
 
-DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const SubkeyNames& names)
+DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const KeyPlace& place)
 {
+    RegistryKey key;
+    if (const DWORD code = key.Open(place.above, place.name, KEY_READ))
+        return code;
+    SubkeyNames names;
+    if (const DWORD code = names.Read(key.Handle()))
+        return code;
     HeapText stem;
-    if (!stem.Join(subkey, "\\"))
+    if (names.Count() != 0 && !stem.Join(subkey, "\\"))
         return ERROR_NOT_ENOUGH_MEMORY;
     for (DWORD index = 0; index < names.Count(); ++index) {
         HeapText child;
         if (*names.At(index) && child.Join(stem.Get(), names.At(index)))
-            VisitKey(walk, child.Get());
+            VisitKey(walk, child.Get(), {key.Handle(), names.At(index)});
     }
     return ERROR_SUCCESS;
 }
@@ -97,7 +97,7 @@ DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const SubkeyNames& n
 
 DWORD ProcessAllRegKeys(HKEY mainKey, const char* subkey, KeyCallback callback, void* context)
 {
-    return VisitKey({mainKey, callback, context}, subkey);
+    return VisitKey({mainKey, callback, context}, subkey, {mainKey, subkey});
 }
 
 } // namespace tarvo
