@@ -427,6 +427,136 @@ BOOL __cdecl TARVO_Is64BitPlatform(void);
 /** @return the bytes of physical memory as a 32-bit program sees them (GlobalMemoryStatus); no result code. */
 DWORD __cdecl TARVO_GetAmountOfRAM(void);
 
+/* ---- Security: grants on files and registry keys ------------------------------------------------------------- */
+
+/**
+ * Grants an account access to an object, and its children to come (GetNamedSecurityInfo, SetNamedSecurityInfo). Two
+ * entries replace what the list allowed or denied the account itself: one for the object, one that children inherit.
+ * They stand behind explicit denials and in front of what allows or is inherited. The list is written protected: the
+ * object no longer inherits from its parent and keeps what it had inherited.
+ * @param type       SE_FILE_OBJECT (1) or SE_REGISTRY_KEY (4).
+ * @param name       A file or directory; or a key, as main key name \ subkey, in the process's own view.
+ * @param account    In any form that LookupAccountName takes; NULL is the account that runs the setup.
+ * @param mask       Access rights, generic ones as well.
+ * @param replace    Non-zero leaves nothing in the list but the new entries.
+ * @param recursive  Non-zero does the same to all that lies below, each object before its contents; failures there
+ *                   are only traced and keep the walk out of what lies below them. Links to directories are followed,
+ *                   but none that leads back into a directory that the walk is in.
+ * @return 0; ERROR_INVALID_PARAMETER, also for another type or a malformed key path; ERROR_NONE_MAPPED, no such
+ *         account; ERROR_FILENAME_EXCED_RANGE, a key of more than 2047 bytes; ERROR_ALLOTTED_SPACE_EXCEEDED, a list
+ *         that would exceed 64 KB; ERROR_INVALID_ACL, a damaged list; or the code of reading or writing the list.
+ *         An object that fails keeps its list.
+ */
+DWORD __cdecl TARVO_SetObjectSecurity(DWORD type, _In_z_ const char *name, _In_opt_z_ const char *account, DWORD mask,
+                                      BOOL replace, BOOL recursive);
+
+/**
+ * As TARVO_SetObjectSecurity, for a principal named by its relative identifier.
+ * @param rid     Without a domain: 0 everyone, 1 to 32 below NT AUTHORITY, 500 to 543 of this machine's accounts, 544
+ *                to 999 built-in. With one: 500 to 543.
+ * @param domain  NULL for this machine.
+ * @return as TARVO_SetObjectSecurity; ERROR_NOT_SUPPORTED, another rid; ERROR_ACCESS_DENIED, also if the SID of the
+ *         domain cannot be had (NetGetDCName, NetUserModalsGet).
+ */
+DWORD __cdecl TARVO_SetObjectSecurityRid(DWORD type, _In_z_ const char *name, DWORD rid, _In_opt_z_ const char *domain,
+                                         DWORD mask, BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurity for files and directories. */
+DWORD __cdecl TARVO_SetFileSecurity(_In_z_ const char *path, _In_opt_z_ const char *account, DWORD mask, BOOL replace,
+                                    BOOL recursive);
+
+/** TARVO_SetObjectSecurityRid for files and directories. */
+DWORD __cdecl TARVO_SetFileSecurityRid(_In_z_ const char *path, DWORD rid, _In_opt_z_ const char *domain, DWORD mask,
+                                       BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurity for registry keys. */
+DWORD __cdecl TARVO_SetRegistrySecurity(_In_z_ const char *keyPath, _In_opt_z_ const char *account, DWORD mask,
+                                        BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurityRid for registry keys. */
+DWORD __cdecl TARVO_SetRegistrySecurityRid(_In_z_ const char *keyPath, DWORD rid, _In_opt_z_ const char *domain,
+                                           DWORD mask, BOOL replace, BOOL recursive);
+
+/* ---- Security: policies ---------------------------------------------------------------------------------------- */
+
+#define TARVO_POLICY_NONE 0     /* applying it changes nothing */
+#define TARVO_POLICY_OPEN 1     /* full control: setup account, local system, Administrators, Power Users, Users, and
+                                   owners of what is created; everyone reads */
+#define TARVO_POLICY_USERS 2    /* full control: setup account, local system, Administrators, and owners of what is
+                                   created; Power Users change, Users read */
+#define TARVO_POLICY_LOCKED 16  /* full control: setup account, local system, Administrators; no one else */
+
+/**
+ * Selects the policy that the two calls below apply. A principal whose SID cannot be had is left out, which the trace
+ * shows by its count. Selecting the current policy again keeps what was resolved for it.
+ * @param policy  TARVO_POLICY_...
+ * @return 0; ERROR_INVALID_PARAMETER, no such policy; the current one stays.
+ */
+DWORD __cdecl TARVO_DefineSecurityPolicy(DWORD policy);
+
+/** @return the selected policy, TARVO_POLICY_NONE at load. */
+DWORD __cdecl TARVO_GetSecurityPolicy(void);
+
+/**
+ * Gives a file or directory the access list of the selected policy, by one grant after the other as
+ * TARVO_SetObjectSecurity makes them, the first of which replaces the list.
+ * @param recursive  As for TARVO_SetObjectSecurity; the tree is walked once for each grant.
+ * @return 0, also without a policy; ERROR_INVALID_PARAMETER, NULL or ""; or the code of the first grant that failed,
+ *         those before it stay.
+ */
+DWORD __cdecl TARVO_ApplyFileSecurityPolicy(_In_z_ const char *path, BOOL recursive);
+
+/** The same for a registry key, named as for TARVO_SetObjectSecurity. @return also that one's codes for a key path */
+DWORD __cdecl TARVO_ApplyRegistrySecurityPolicy(_In_z_ const char *keyPath, BOOL recursive);
+
+/* ---- Accounts, groups and shares ------------------------------------------------------------------------------- */
+
+/*
+ * Texts that are NULL are handed on as NULL. Each call returns 0 or the code of the network function behind it; the
+ * codes of 2100 and above have texts of this library. Without memory all but TARVO_CreateSharedFolder return
+ * 0xFFFFFFFF.
+ */
+
+/**
+ * Creates a user account (NetUserAdd, level 1).
+ * @param domain       Its primary domain controller (NetGetDCName) creates the account; NULL is this machine.
+ * @param password     Never traced.
+ * @param privilege    USER_PRIV_...
+ * @param accountType  UF_... flags; UF_SCRIPT is added.
+ * @return as above; NERR_DCNotFound or another code of NetGetDCName, nothing was created
+ */
+DWORD __cdecl TARVO_CreateAccount(_In_opt_z_ const char *domain, _In_opt_z_ const char *user,
+                                  _In_opt_z_ const char *password, DWORD privilege, DWORD accountType);
+
+/** Deletes a user account (NetUserDel); the domain as for TARVO_CreateAccount. */
+DWORD __cdecl TARVO_DeleteAccount(_In_opt_z_ const char *domain, _In_opt_z_ const char *user);
+
+/** Creates a local group (NetLocalGroupAdd, level 1). @param machine  NULL is this machine, here and below. */
+DWORD __cdecl TARVO_CreateLocalGroup(_In_opt_z_ const char *machine, _In_opt_z_ const char *group,
+                                     _In_opt_z_ const char *comment);
+
+/** Deletes a local group (NetLocalGroupDel). */
+DWORD __cdecl TARVO_DeleteLocalGroup(_In_opt_z_ const char *machine, _In_opt_z_ const char *group);
+
+/** Puts an account, given as domain \ name, into a local group (NetLocalGroupAddMembers, level 3); mind the order. */
+DWORD __cdecl TARVO_AddUserToLocalGroup(_In_opt_z_ const char *account, _In_opt_z_ const char *machine,
+                                        _In_opt_z_ const char *group);
+
+/**
+ * Shares a folder (NetShareAdd, level 2) for any number of users.
+ * @param path  A folder of that machine.
+ * @return as above; ERROR_NOT_ENOUGH_MEMORY (8) without memory
+ */
+DWORD __cdecl TARVO_CreateSharedFolder(_In_opt_z_ const char *machine, _In_opt_z_ const char *path,
+                                       _In_opt_z_ const char *share, _In_opt_z_ const char *comment);
+
+/** Not implemented, like the four below. @return ERROR_INVALID_FUNCTION (1), text "Function unimplemented" */
+DWORD __cdecl TARVO_DlgCreateAccount(void);
+DWORD __cdecl TARVO_DeleteShare(void);
+DWORD __cdecl TARVO_DlgCreateSharedFolder(void);
+DWORD __cdecl TARVO_SetPermissions(void);
+DWORD __cdecl TARVO_DlgSetPermissions(void);
+
 /* ---- Process, module and text utilities ----------------------------------------------------------------------- */
 
 /**

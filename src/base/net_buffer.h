@@ -15,7 +15,11 @@ template <class T> struct NetBufferTraits {
     static void Close(Handle block) { NetApiBufferFree(block); }
 };
 
-/** Owner of such a block; filled by Put, which also lends the place of a call that may fail. */
-template <class T> using UniqueNetBuffer = Unique<NetBufferTraits<T>>;
+/** Owner of such a block. */
+template <class T> class UniqueNetBuffer : public Unique<NetBufferTraits<T>> {
+public:
+    /** As Put, for calls that fill a byte pointer. */
+    BYTE** PutBytes() { return reinterpret_cast<BYTE**>(this->Put()); }
+};
 
 } // namespace tarvo
