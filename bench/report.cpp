@@ -3,15 +3,14 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <vector>
 
 namespace bench {
 namespace {
 
-constexpr size_t kRepetitions = 5;
-using Times = std::array<double, kRepetitions>;
+using Times = std::vector<double>;
 
 double Now()
 {
@@ -35,7 +34,7 @@ double TimeOf(const Side& side)
 double Median(Times times)
 {
     std::sort(times.begin(), times.end());
-    return times[kRepetitions / 2];
+    return times[times.size() / 2];
 }
 
 void PrintRow(const char* work, const char* against, const char* library, const char* plain, const char* ratio,
@@ -48,15 +47,15 @@ void PrintRow(const char* work, const char* against, const char* library, const 
 
 } // namespace
 
-Medians Measure(const Side& library, const Side& plain)
+Medians Measure(const Side& library, const Side& plain, int repetitions)
 {
     TimeOf(library); // what either side does only once is not what is compared
     TimeOf(plain);
     Times libraryTimes;
     Times plainTimes;
-    for (size_t repetition = 0; repetition < kRepetitions; ++repetition) {
-        libraryTimes[repetition] = TimeOf(library);
-        plainTimes[repetition] = TimeOf(plain);
+    for (int repetition = 0; repetition < repetitions; ++repetition) {
+        libraryTimes.push_back(TimeOf(library));
+        plainTimes.push_back(TimeOf(plain));
     }
     return {Median(libraryTimes), Median(plainTimes)};
 }
@@ -76,7 +75,8 @@ void Report::Add(const Row& row)
 
 void Report::Compare(const char* work, const char* against, double atMost, const Side& library, const Side& plain)
 {
-    const Medians medians = Measure(library, plain);
+    constexpr int kRepetitions = 5;
+    const Medians medians = Measure(library, plain, kRepetitions);
     Add({work, against, Format("%.1f ms", medians.library), Format("%.1f ms", medians.plain),
          Format("%.2f", medians.Ratio()), Format("%.2f", atMost), medians.Ratio() <= atMost});
 }

@@ -27,8 +27,8 @@ struct Medians {
     double Ratio() const { return library / plain; }
 };
 
-/** Runs both sides in turn, so that a machine that slows down slows both. */
-Medians Measure(const Side& library, const Side& plain);
+/** Runs both sides in turn, again and again, so that a machine that slows down slows both. */
+Medians Measure(const Side& library, const Side& plain, int repetitions);
 
 struct Row {
     std::string work;
