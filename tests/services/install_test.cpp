@@ -225,7 +225,7 @@ TEST_F(ServiceInstallation, ServiceIsFoundAndRemoved)
     EXPECT_EQ(0U, TARVO_IsServiceInstalled(nullptr, service.Name(), &installed));
     EXPECT_EQ(1U, installed);
     EXPECT_EQ(0U, TARVO_RemoveService(nullptr, service.Name()));
-    EXPECT_FALSE(service.Exists());
+    EXPECT_TRUE(service.IsGone());
     EXPECT_EQ("start 1 ", service.Recorded());
 }
 
@@ -246,7 +246,7 @@ TEST_F(ServiceInstallation, LackOfMemoryForTheQuotesIsReported)
         EXPECT_EQ(Heap().FailureHappened() ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS, code);
         if (code != ERROR_SUCCESS) {
             EXPECT_EQ(kit::SystemText(code), kit::LastMessage());
-            EXPECT_FALSE(service.Exists());
+            EXPECT_TRUE(service.IsGone());
             EXPECT_EQ("", Recorded());
         }
     });

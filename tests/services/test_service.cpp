@@ -135,6 +135,13 @@ bool TestService::Exists() const
     return OpenedService(name_).Get() != nullptr;
 }
 
+bool TestService::IsGone() const
+{
+    for (int attempt = 0; attempt < 500 && Exists(); ++attempt)
+        Sleep(10);
+    return !Exists();
+}
+
 DWORD TestService::State() const
 {
     return OpenedService(name_).Status().dwCurrentState;

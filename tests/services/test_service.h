@@ -35,6 +35,9 @@ public:
 
     bool Exists() const;
 
+    /** Waits some seconds: the manager keeps a removed service until it has stopped. @return whether it is gone */
+    bool IsGone() const;
+
     /** @return the state, or 0 without such a service. */
     DWORD State() const;
 
