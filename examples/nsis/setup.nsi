@@ -1,7 +1,7 @@
 ; A setup and its uninstaller that do their work through TARVO.DLL.
 ;   makensis -DVERSION=1|2 -DLIBRARY=DLL -DBUILT=FOLDER -DPRODUCT=FOLDER -DSETUP=FILE setup.nsi
-; Both take /S (silent), /LOG=FILE and /REPORT=FILE, and end with 0, with 3010
-; when a restart is needed to finish, or with 1.
+; Both take /S (silent) and end with 0, with 3010 when a restart is needed to
+; finish, or with 1. tarvo.nsh tells how to have them write a log.
 Unicode true
 Name "Lantern ${VERSION}"
 OutFile "${SETUP}"
@@ -11,7 +11,6 @@ Page instfiles
 UninstPage instfiles
 
 !include LogicLib.nsh
-!include FileFunc.nsh
 !include tarvo.nsh
 
 !define RESTART_NEEDED 3010

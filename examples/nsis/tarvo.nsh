@@ -4,22 +4,20 @@
 Var report
 Var restart
 
-; Unpacks the library and begins the two records of this run:
-; /LOG=FILE takes the library's trace, /REPORT=FILE what was done, in short.
+; Unpacks the library and begins the two records of this run: the file that
+; LANTERN_LOG names takes the library's trace, LANTERN_REPORT what was done, in
+; short. Variables, since a command line with blanks arrives quoted in many ways.
 !macro StartTarvo
   InitPluginsDir
   File "/oname=$PLUGINSDIR\TARVO.dll" "${LIBRARY}"
   StrCpy $restart 0
-  ${GetParameters} $1
-  ClearErrors
-  ${GetOptions} $1 "/REPORT=" $2
-  ${IfNot} ${Errors}
-    FileOpen $report $2 w
+  ReadEnvStr $1 LANTERN_REPORT
+  ${If} $1 != ""
+    FileOpen $report $1 w
   ${EndIf}
-  ClearErrors
-  ${GetOptions} $1 "/LOG=" $2
-  ${IfNot} ${Errors}
-    System::Call "$PLUGINSDIR\TARVO.dll::TARVO_StartDebugLoggingRunTime(m r2, i 0) ? c"
+  ReadEnvStr $1 LANTERN_LOG
+  ${If} $1 != ""
+    System::Call "$PLUGINSDIR\TARVO.dll::TARVO_StartDebugLoggingRunTime(m r1, i 0) ? c"
   ${EndIf}
 !macroend
 

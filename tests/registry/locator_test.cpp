@@ -88,11 +88,12 @@ TEST_F(Locators, MainKeysInAnyLetterCase)
         // The users' key takes no new keys itself.
         const std::string subkey =
             row.key == HKEY_USERS ? R"(.Default\Software\TarvoLocators)" : R"(Software\TarvoLocators)";
-        const std::string entry = row.name + ("\\" + subkey) + R"(\\)" + row.name;
+        const std::string name = "n" + std::to_string(&row - kMainKeys);
+        const std::string entry = row.name + ("\\" + subkey) + R"(\\)" + name;
         EXPECT_EQ(0U, TARVO_CreateRegistryEntry((entry + "|data").c_str(), REG_SZ, FALSE));
         char data[10] = {};
         DWORD size = sizeof data;
-        EXPECT_EQ(0, RegGetValueA(row.key, subkey.c_str(), row.name, RRF_RT_REG_SZ, nullptr, data, &size));
+        EXPECT_EQ(0, RegGetValueA(row.key, subkey.c_str(), name.c_str(), RRF_RT_REG_SZ, nullptr, data, &size));
         EXPECT_STREQ("data", data);
         EXPECT_EQ(entry + "=1", LogLines(log_).back()) << "as it was spelled";
         EXPECT_EQ(0, RegDeleteKeyA(row.key, subkey.c_str()));

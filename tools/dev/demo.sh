@@ -136,7 +136,7 @@ show_logs() {
     tr -d '\r' <"$work/uninstall-log.txt" | indent
     step "The setup log: the calls of both setups and the uninstaller ($(wc -l <"$work/setup.log") lines)"
     tr -d '\r' <"$work/setup.log" | outer_calls | indent
-    tell ""
+    echo
     tell "The whole setup log: $work/setup.log"
     tell "Every step was as it should be; nothing is left of the product."
 }
@@ -152,8 +152,8 @@ run_setup() {
     local expected=$1 program=$2 status=0
     shift 2
     rm -f "$work/report.txt"
-    windows "$program" /S "/LOG=$(in_windows "$work/setup.log")" \
-        "/REPORT=$(in_windows "$work/report.txt")" "$@" >>"$noise" || status=$?
+    LANTERN_LOG=$(in_windows "$work/setup.log") LANTERN_REPORT=$(in_windows "$work/report.txt") \
+        windows "$program" /S "$@" >>"$noise" || status=$?
     [[ ! -f $work/report.txt ]] || tr -d '\r' <"$work/report.txt" | indent
     case $expected in
         0) check "it ended with 0" is 0 "$status" ;;
