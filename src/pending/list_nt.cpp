@@ -121,11 +121,6 @@ DWORD PendingFileInfoNT::ReceiveInfoToAdd()
     const bool believable = !IsTracing() && !InfoReceived() && KeptCount() < kMaxEntries;
     if (!believable || !BringBackKept())
         return ReceiveInfo();
-    UniqueRegistryKey key;
-    if (const DWORD code = OpenSessionManager(key)) {
-        ReleaseInfo();
-        return code;
-    }
     SetReceived();
     believed_ = true;
     return ERROR_SUCCESS;
@@ -195,7 +190,7 @@ DWORD PendingFileInfoNT::UpdateInfo()
     if (const DWORD code = OpenSessionManager(key)) {
         TracePrint(kError, 3, "RegOpenKeyEx failed to open [%s], error code: [%d]\n", kSessionManagerKey,
                    static_cast<int>(code));
-        believed_ = false; // nothing better will come to be known
+        DropBelief();
         return scope.Error(code);
     }
     if (const DWORD code = MergeInto(key.Get()))
@@ -204,9 +199,12 @@ DWORD PendingFileInfoNT::UpdateInfo()
     return scope.Ok();
 }
 
-bool PendingFileInfoNT::ValueIsAsReceived(HKEY key)
+/** Holds what another list has read; what cannot be taken apart counts as empty. */
+void PendingFileInfoNT::Adopt(RenameValue& value)
 {
-    return next_.Read(key) == ERROR_SUCCESS && next_.SameAs(value_);
+    value_.Swap(value);
+    if (AddPairs() != ERROR_SUCCESS)
+        ReleaseInfo();
 }
 
 /** Writes this list, and behind it what only the value, read again, holds. */
@@ -216,7 +214,8 @@ DWORD PendingFileInfoNT::MergeInto(HKEY key)
     believed_ = false;
     // Of a value that is still as it was received, every pair is in this list:
     // a second list would only show in the log.
-    if (!IsTracing() && ValueIsAsReceived(key))
+    const bool readAgain = !IsTracing() && next_.Read(key) == ERROR_SUCCESS;
+    if (readAgain && next_.SameAs(value_))
         return StoreOwn(key);
     UniqueObject<PendingFileInfoNT> others = MakeHeapObject<PendingFileInfoNT>();
     if (!others) {
@@ -225,7 +224,10 @@ DWORD PendingFileInfoNT::MergeInto(HKEY key)
     }
     if (believed)
         return CorrectBelief(key, *others.Get());
-    others.Get()->ReceiveInfo(); // what cannot be read counts as empty
+    if (readAgain)
+        others.Get()->Adopt(next_);
+    else
+        others.Get()->ReceiveInfo(); // what cannot be read counts as empty
     for (DWORD index = 0; index < others.Get()->EntryCount(); ++index) {
         PendingFileEntry& entry = *others.Get()->EntryAt(index);
         entry.SetRemoved(HasEntryOf(entry));

@@ -19,7 +19,7 @@ public:
      */
     DWORD ReceiveInfoToAdd();
 
-    /** To be called when that addition has failed: the list is not left on a mere belief. */
+    /** Releases a list that was not read: to be called when its addition or the reading for it has failed. */
     void DropBelief();
 
 private:
@@ -32,7 +32,7 @@ private:
     DWORD StoreMerged(HKEY key, PendingFileInfoNT& others);
     size_t CountChars(DWORD first);
     bool AddTo(RenameValue& pairs, DWORD first);
-    bool ValueIsAsReceived(HKEY key);
+    void Adopt(RenameValue& value);
 
     bool believed_ = false; // received without having been read
     RenameValue value_;     // as it was received, or written where that was all of it
