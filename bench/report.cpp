@@ -73,10 +73,10 @@ void Report::Add(const Row& row)
     allHold_ = allHold_ && row.holds;
 }
 
-void Report::Compare(const char* work, const char* against, double atMost, const Side& library, const Side& plain)
+void Report::Compare(const char* work, const char* against, double atMost, const Side& library, const Side& plain,
+                     int repetitions)
 {
-    constexpr int kRepetitions = 5;
-    const Medians medians = Measure(library, plain, kRepetitions);
+    const Medians medians = Measure(library, plain, repetitions);
     Add({work, against, Format("%.1f ms", medians.library), Format("%.1f ms", medians.plain),
          Format("%.2f", medians.Ratio()), Format("%.2f", atMost), medians.Ratio() <= atMost});
 }

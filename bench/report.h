@@ -48,7 +48,8 @@ public:
     void Add(const Row& row);
 
     /** Adds a row of two times, whose ratio is bounded. */
-    void Compare(const char* work, const char* against, double atMost, const Side& library, const Side& plain);
+    void Compare(const char* work, const char* against, double atMost, const Side& library, const Side& plain,
+                 int repetitions = 9);
 
     bool AllHold() const { return allHold_; }
 

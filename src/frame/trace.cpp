@@ -86,10 +86,11 @@ const char* SeverityColumn(DWORD severity)
 /** Builds one line in the line buffer, piece by piece. */
 class LineWriter {
 public:
-    void Add(std::string_view text)
+    // Byte by byte: the columns are so short that calls would take longer.
+    void Add(const char* text)
     {
-        CopyCut(At(), Left(), text);
-        Advance();
+        for (; *text; ++text)
+            Add(*text);
     }
 
     template <class... Arguments> void AddFormatted(const char* format, Arguments... arguments)
@@ -106,14 +107,19 @@ public:
 
     void AddSpaces(int count)
     {
-        const size_t spaces = static_cast<size_t>(count < kMaxIndentation ? count : kMaxIndentation);
-        memset(At(), ' ', spaces);
-        length_ += spaces;
+        for (int space = 0; space < count && space < kMaxIndentation; ++space)
+            Add(' ');
     }
 
     std::string_view Line() const { return {state.object.line, length_}; }
 
 private:
+    void Add(char byte)
+    {
+        if (Left() > 1)
+            state.object.line[length_++] = byte;
+    }
+
     char* At() { return state.object.line + length_; }
     size_t Left() const { return kMaxLine - length_; }
     void Advance() { length_ += strlen(At()); }

@@ -46,6 +46,25 @@ TEST(Text, FormatTellsWhetherAllFitted)
     EXPECT_EQ('~', none);
 }
 
+TEST(Text, FormatsAreThoseOfTheCLibrary)
+{
+    BoundedText<8> text;
+    EXPECT_TRUE(text.Format("%s-%s", "abc", "def"));
+    EXPECT_STREQ("abc-def", text.Get());
+    EXPECT_FALSE(text.Format("%s-%s!", "abc", "def"));
+    EXPECT_STREQ("abc-def", text.Get());
+    EXPECT_FALSE(text.Format("12345678%s", ""));
+    EXPECT_STREQ("1234567", text.Get());
+    EXPECT_TRUE(text.Format("%s=%d%%", "abc", 12));
+    EXPECT_STREQ("abc=12%", text.Get());
+    EXPECT_TRUE(text.Format("%s%-3sx", "ab", "c"));
+    EXPECT_STREQ("abc  x", text.Get());
+    const char* volatile none = nullptr; // unseen by the compiler, which would warn
+    const char* const missing = none;
+    EXPECT_TRUE(text.Format("%s", missing));
+    EXPECT_STREQ("(null)", text.Get());
+}
+
 TEST(Text, HeapTextJoins)
 {
     HeapText text;

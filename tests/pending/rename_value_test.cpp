@@ -125,6 +125,57 @@ TEST_F(PendingRenameValue, WritingMergesWhatOthersLeftMeanwhile)
     }
 }
 
+struct BetweenCase {
+    const char* fact;
+    Pairs between; // the value when the second operation is scheduled; the first left C:\ours
+    Pairs after;
+};
+
+// clang-format off
+const BetweenCase kBetween[] = {
+    {"nobody else", {{R"(\??\C:\ours)", ""}}, {{R"(\??\C:\ours)", ""}, {R"(\??\C:\b)", ""}}},
+    {"a pair added behind", {{R"(\??\C:\ours)", ""}, {R"(\??\D:\x)", ""}},
+     {{R"(\??\C:\ours)", ""}, {R"(\??\D:\x)", ""}, {R"(\??\C:\b)", ""}}},
+    {"a pair put in front", {{R"(\??\D:\x)", R"(!\??\D:\y)"}, {R"(\??\C:\ours)", ""}},
+     {{R"(\??\D:\x)", R"(!\??\D:\y)"}, {R"(\??\C:\ours)", ""}, {R"(\??\C:\b)", ""}}},
+    {"ours taken away", {}, {{R"(\??\C:\b)", ""}}},
+    {"another of the same length", {{R"(\??\D:\ours)", ""}}, {{R"(\??\D:\ours)", ""}, {R"(\??\C:\b)", ""}}},
+    {"another form", {{R"(\??\D:\x\)", ""}}, {{R"(\??\D:\x)", ""}, {R"(\??\C:\b)", ""}}},
+};
+// clang-format on
+
+TEST_F(PendingRenameValue, EachFlushStartsFromTheValueAsItIs)
+{
+    for (const BetweenCase& row : kBetween) {
+        SCOPED_TRACE(row.fact);
+        PendingValue::Write({});
+        EXPECT_EQ(0U, AddOurs());
+        PendingValue::Write(row.between);
+        EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\b", nullptr));
+        EXPECT_EQ(row.after, PendingValue::Read());
+        EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\b", nullptr));
+        EXPECT_EQ(Pairs(row.after.begin(), row.after.end() - 1), PendingValue::Read());
+    }
+}
+
+TEST_F(PendingRenameValue, ValueThatOthersFilledBetweenTwoFlushesIsFull)
+{
+    Pairs full(5120, {R"(\??\D:\x)", ""});
+    EXPECT_EQ(0U, AddOurs());
+    PendingValue::Write(full);
+    EXPECT_EQ(8U, AddOurs());
+    EXPECT_EQ(full, PendingValue::Read());
+    full.pop_back();
+    PendingValue::Write(full);
+    EXPECT_EQ(0U, TARVO_ReceivePFOsInfo());
+    EXPECT_EQ(0U, AddOurs());
+    full.emplace_back(R"(\??\C:\ours)", "");
+    EXPECT_EQ(full, PendingValue::Read());
+    PendingValue::Write({});
+    EXPECT_EQ(0U, AddOurs()) << "what filled the list is gone";
+    EXPECT_EQ((Pairs{{R"(\??\C:\ours)", ""}}), PendingValue::Read());
+}
+
 TEST_F(PendingRenameValue, NamesTheCodePageLacksAreMergedToo)
 {
     PendingValue::WriteRaw(Units(L"\\??\\C:\\\x65E5\0\0\0"));
@@ -354,17 +405,19 @@ TEST_F(PendingRenameValue, WithoutMemoryNothingIsLost)
     struct SweepCase {
         const char* fact;
         bool traced;
+        bool again; // after an addition to another value
         DWORD (*call)();
         std::wstring after;
     };
     const std::wstring before = Units(L"\\??\\C:\\\x65E5\0!\\??\\C:\\\x672C\0\\??\\C:\\x\0\0\0");
     const std::wstring added = Units(L"\\??\\C:\\\x65E5\0!\\??\\C:\\\x672C\0\\??\\C:\\x\0\0") + Units(kOurs);
     const SweepCase kCases[] = {
-        {"adding", false, AddOurs, added},
-        {"adding, traced", true, AddOurs, added},
-        {"removing", false, [] { return TARVO_RemovePendingFileOperation("C:\\x", nullptr); },
+        {"adding", false, false, AddOurs, added},
+        {"adding, traced", true, false, AddOurs, added},
+        {"adding again", false, true, AddOurs, added},
+        {"removing", false, false, [] { return TARVO_RemovePendingFileOperation("C:\\x", nullptr); },
          Units(L"\\??\\C:\\\x65E5\0!\\??\\C:\\\x672C\0\0")},
-        {"receiving", false, [] { return TARVO_ReceivePFOsInfo(); }, before},
+        {"receiving", false, false, [] { return TARVO_ReceivePFOsInfo(); }, before},
     };
     for (const SweepCase& row : kCases) {
         bool failed = true;
@@ -374,6 +427,10 @@ TEST_F(PendingRenameValue, WithoutMemoryNothingIsLost)
             Reload(); // fails if the run before kept a block
             if (row.traced)
                 kit::TraceLog(Scratch().Path("trace.log"));
+            if (row.again) {
+                PendingValue::Write({});
+                EXPECT_EQ(0U, AddOurs());
+            }
             PendingValue::WriteRaw(before);
             Heap().FailAllocation(n);
             const DWORD code = row.call();
