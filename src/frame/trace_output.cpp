@@ -37,12 +37,16 @@ bool IsBareName(const char* name)
 size_t TranslateLineEnds(std::string_view text, char* target)
 {
     char* at = target;
-    for (const char byte : text) {
-        if (byte == '\n')
-            *at++ = '\r';
-        *at++ = byte;
+    size_t begin = 0;
+    for (size_t feed = text.find('\n'); feed != text.npos; feed = text.find('\n', begin)) {
+        memcpy(at, text.data() + begin, feed - begin);
+        at += feed - begin;
+        *at++ = '\r';
+        *at++ = '\n';
+        begin = feed + 1;
     }
-    return static_cast<size_t>(at - target);
+    memcpy(at, text.data() + begin, text.size() - begin);
+    return static_cast<size_t>(at - target) + (text.size() - begin);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "kit/import_hook.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace kit {
@@ -12,12 +13,16 @@ template <class T> T* At(HMODULE module, DWORD offset)
     return reinterpret_cast<T*>(reinterpret_cast<char*>(module) + offset);
 }
 
-const IMAGE_IMPORT_DESCRIPTOR* ImportTable(HMODULE module)
+template <class Table> const Table* Directory(HMODULE module, int entry)
 {
     const LONG headerOffset = At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew;
     const auto* headers = At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(headerOffset));
-    const DWORD offset = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    return At<IMAGE_IMPORT_DESCRIPTOR>(module, offset);
+    return At<Table>(module, headers->OptionalHeader.DataDirectory[entry].VirtualAddress);
+}
+
+const IMAGE_IMPORT_DESCRIPTOR* ImportTable(HMODULE module)
+{
+    return Directory<IMAGE_IMPORT_DESCRIPTOR>(module, IMAGE_DIRECTORY_ENTRY_IMPORT);
 }
 
 void CollectFrom(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& table, const char* function, std::vector<void**>& slots)
@@ -77,6 +82,27 @@ HMODULE HookedModule()
 bool Imports(HMODULE module, const char* function)
 {
     return !FindSlots(module, nullptr, function).empty();
+}
+
+std::vector<std::string> ExportedNames(HMODULE module)
+{
+    const auto* table = Directory<IMAGE_EXPORT_DIRECTORY>(module, IMAGE_DIRECTORY_ENTRY_EXPORT);
+    const auto* names = At<DWORD>(module, table->AddressOfNames);
+    std::vector<std::string> found;
+    for (DWORD index = 0; index < table->NumberOfNames; ++index)
+        found.emplace_back(At<char>(module, names[index]));
+    for (DWORD index = table->NumberOfNames; index < table->NumberOfFunctions; ++index)
+        found.push_back("#" + std::to_string(table->Base + index));
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+std::vector<std::string> ImportedLibraries(HMODULE module)
+{
+    std::vector<std::string> found;
+    for (const auto* table = ImportTable(module); table->Name; ++table)
+        found.emplace_back(_strupr(std::string(At<char>(module, table->Name)).data()));
+    return found;
 }
 
 ImportPatch::ImportPatch(HMODULE module, const char* library, const char* function, void* replacement)

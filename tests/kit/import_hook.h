@@ -35,6 +35,12 @@ private:
 /** @return whether the module imports a function of that name. */
 bool Imports(HMODULE module, const char* function);
 
+/** @return the names a module exports, in order; one without a name is "#ordinal". */
+std::vector<std::string> ExportedNames(HMODULE module);
+
+/** @return the libraries a module imports from, in capitals. */
+std::vector<std::string> ImportedLibraries(HMODULE module);
+
 /**
  * The thunks that stand in for a function of one type: the hooks of a type
  * share a fixed set of them, each led to the hook that holds it.

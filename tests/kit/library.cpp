@@ -1,5 +1,6 @@
 #include "kit/library.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 
@@ -56,6 +57,15 @@ std::string Library::Path()
         folder.resize(end == std::string::npos ? 0 : end);
     }
     throw std::runtime_error("TARVO.DLL lies neither beside " + ProgramFolder() + " nor above");
+}
+
+std::vector<std::string> Library::ListedExports()
+{
+    std::vector<std::string> names;
+    for (const KitExport* row = kitExports; row->name; ++row)
+        names.emplace_back(row->name);
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 Library::Library() : module_(LoadLibraryA(Path().c_str()))

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 namespace kit {
 
@@ -25,6 +26,9 @@ public:
 
     /** @return the path of the DLL under test. */
     static std::string Path();
+
+    /** @return the names that the .def file lists, in order. */
+    static std::vector<std::string> ListedExports();
 
 private:
     HMODULE module_;
