@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "kit/import_hook.h"
@@ -13,7 +14,8 @@ using namespace tarvo;
 std::string Normalized(std::string path)
 {
     NormalizePath(path.data());
-    return path.c_str();
+    path.resize(strlen(path.c_str()));
+    return path;
 }
 
 std::string Repeat(const char* text, size_t length)
