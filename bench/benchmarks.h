@@ -9,6 +9,7 @@ void MeasurePending(Report& report);
 void MeasureTrace(Report& report);
 void MeasureRegistry(Report& report);
 void MeasureUninstall(Report& report);
+void MeasureSecurity(Report& report);
 
 /** Size and imports of the DLL itself. */
 void ExamineLibraryImage(Report& report);

@@ -17,7 +17,8 @@ Library::Library()
       AddRollbackEntry(Find<decltype(&TARVO_AddRollbackEntry)>("TARVO_AddRollbackEntry")),
       AddFileToUninstallLog(Find<decltype(&TARVO_AddFileToUninstallLog)>("TARVO_AddFileToUninstallLog")),
       OpenRollBackLog(Find<decltype(&TARVO_OpenRollBackLog)>("TARVO_OpenRollBackLog")),
-      PerformUnInstall(Find<decltype(&TARVO_PerformUnInstall)>("TARVO_PerformUnInstall"))
+      PerformUnInstall(Find<decltype(&TARVO_PerformUnInstall)>("TARVO_PerformUnInstall")),
+      SetRegistrySecurityRid(Find<decltype(&TARVO_SetRegistrySecurityRid)>("TARVO_SetRegistrySecurityRid"))
 {
 }
 

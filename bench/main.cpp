@@ -17,6 +17,7 @@ struct Benchmark {
 constexpr Benchmark kBenchmarks[] = {
     {"pending", bench::MeasurePending},      {"trace", bench::MeasureTrace},
     {"registry", bench::MeasureRegistry},    {"uninstall", bench::MeasureUninstall},
+    {"security", bench::MeasureSecurity},
     {"library", bench::ExamineLibraryImage},
 };
 

@@ -46,9 +46,22 @@ DWORD RenameValue::QueryData(HKEY key, DWORD& bytes, bool& grew)
     return IsTextType(type) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
+/** Reads into the room that an earlier reading or writing has left, if the value is there and fits. */
+bool RenameValue::ReadIntoRoom(HKEY key)
+{
+    auto bytes = static_cast<DWORD>(room_ * sizeof(wchar_t));
+    bool grew = false;
+    if (bytes == 0 || QueryData(key, bytes, grew) != ERROR_SUCCESS)
+        return false;
+    length_ = bytes / sizeof(wchar_t);
+    return length_ != 0;
+}
+
 DWORD RenameValue::Read(HKEY key)
 {
     length_ = 0;
+    if (ReadIntoRoom(key))
+        return ERROR_SUCCESS;
     DWORD code = ERROR_SUCCESS;
     bool grew = true;
     for (int read = 0; grew && read < kMaxReads; ++read) {

@@ -46,6 +46,7 @@ public:
     DWORD Store(HKEY key);
 
 private:
+    bool ReadIntoRoom(HKEY key);
     DWORD QuerySize(HKEY key, DWORD& bytes) const;
     DWORD QueryData(HKEY key, DWORD& bytes, bool& grew);
     DWORD Reserve(size_t room);

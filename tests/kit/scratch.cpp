@@ -11,7 +11,9 @@ constexpr char kParentKey[] = "Software\\TarvoTests";
 std::string UniqueName()
 {
     static int count = 0;
-    return "t" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count);
+    // A run that was killed leaves its names behind, and process numbers come again.
+    return "t" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(GetTickCount()) + "-" +
+           std::to_string(++count);
 }
 
 std::runtime_error Failure(const std::string& what)

@@ -126,9 +126,9 @@ TEST_F(PendingExports, PairsAreStoredAsZeroTerminatedTexts)
     TARVO_RenameAfterReboot("C:\\a", "C:\\b");
     TARVO_RenameAfterReboot("C:\\c", nullptr);
     constexpr std::wstring_view expected(L"\\??\\C:\\a\0!\\??\\C:\\b\0\\??\\C:\\c\0\0", 30);
-    const PendingValue::Raw written = *PendingValue::ReadRaw();
+    const auto written = PendingValue::ReadRaw();
     PendingValue::WriteRaw(expected);
-    EXPECT_EQ(*PendingValue::ReadRaw(), written);
+    EXPECT_EQ(PendingValue::ReadRaw(), written);
 }
 
 TEST_F(PendingExports, RemovingTheLastPairLeavesAnEmptyList)
