@@ -40,7 +40,7 @@ double Median(Times times)
 void PrintRow(const char* work, const char* against, const char* library, const char* plain, const char* ratio,
               const char* atMost, const char* holds)
 {
-    printf("| %-58s | %-50s | %10s | %10s | %6s | %11s | %-5s |\n", work, against, library, plain, ratio, atMost,
+    printf("| %-60s | %-50s | %10s | %10s | %6s | %11s | %-5s |\n", work, against, library, plain, ratio, atMost,
            holds);
     fflush(stdout);
 }
@@ -78,7 +78,7 @@ void Report::Compare(const char* work, const char* against, double atMost, const
 {
     const Medians medians = Measure(library, plain, repetitions);
     Add({work, against, Format("%.1f ms", medians.library), Format("%.1f ms", medians.plain),
-         Format("%.2f", medians.Ratio()), Format("%.2f", atMost), medians.Ratio() <= atMost});
+         Format("%.3g", medians.Ratio()), Format("%.3g", atMost), medians.Ratio() <= atMost});
 }
 
 std::string Format(const char* format, ...)
