@@ -15,8 +15,8 @@
 #ifndef TARVO_TARVO_H
 #define TARVO_TARVO_H
 
-#include <windows.h>
 #include <sal.h>
+#include <windows.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -40,20 +40,20 @@ void __cdecl TARVO_StartDebugLogging2(void);
  *                   NULL or "": Velmora\Logs\Setup\tarvo.log in the common application data folder.
  * @param overwrite  Non-zero empties an existing file; 0 adds to it.
  */
-void __cdecl TARVO_StartDebugLoggingRunTime(_In_opt_z_ const char *path, DWORD overwrite);
+void __cdecl TARVO_StartDebugLoggingRunTime(_In_opt_z_ const char* path, DWORD overwrite);
 
 /**
  * Hands out the text of the most recent failure of any export; "" before the first.
  * @param buffer  Receives at most size - 1 characters, always terminated. NULL or no size: nothing is written.
  */
-void __cdecl TARVO_GetLastErrorMessage(_Out_writes_z_(size) char *buffer, int size);
+void __cdecl TARVO_GetLastErrorMessage(_Out_writes_z_(size) char* buffer, int size);
 
 /**
  * Formats a placeholder for a numbered text; there is no table of texts.
  * @param buffer  Receives the text, cut to size - 1 characters and terminated.
  * @return 0
  */
-DWORD __cdecl TARVO_GetString(int code, _Out_writes_z_(size) char *buffer, int size);
+DWORD __cdecl TARVO_GetString(int code, _Out_writes_z_(size) char* buffer, int size);
 
 /** Selecting a language is not supported. @return ERROR_INVALID_FUNCTION (1) */
 DWORD __cdecl TARVO_SetLanguage(void);
@@ -76,21 +76,21 @@ void __stdcall TARVO_DelayLoadInitialize(void);
  * @return 0, also if it exists; ERROR_INVALID_PARAMETER, NULL, a UNC path or not rooted at a drive;
  *         ERROR_FILE_EXISTS, a file has that name; or CreateDirectory's code, levels made so far stay.
  */
-DWORD __cdecl TARVO_CreateDirectory(_In_z_ const char *path);
+DWORD __cdecl TARVO_CreateDirectory(_In_z_ const char* path);
 
 /**
  * Makes a file writable, or sets its attributes (SetFileAttributes).
  * @param attributes  0 clears read-only alone; anything else becomes the whole attribute set.
  * @return 0; ERROR_FILE_NOT_FOUND; or the code of reading or setting the attributes.
  */
-DWORD __cdecl TARVO_ResetFileReadOnlyAttribute(_In_z_ const char *path, DWORD attributes);
+DWORD __cdecl TARVO_ResetFileReadOnlyAttribute(_In_z_ const char* path, DWORD attributes);
 
 /**
  * Copies a file at once (CopyFile); a read-only destination is made writable first. The destination is recorded and
  * freed of deferred operations.
  * @return 0; ERROR_FILE_EXISTS with failIfExists; or CopyFile's code. Nothing is deferred.
  */
-DWORD __cdecl TARVO_CopyFile(_In_z_ const char *source, _In_z_ const char *destination, BOOL failIfExists);
+DWORD __cdecl TARVO_CopyFile(_In_z_ const char* source, _In_z_ const char* destination, BOOL failIfExists);
 
 /**
  * Copies a file, over a locked one too: then the source goes to a free name beside the destination (name.1 to
@@ -100,8 +100,8 @@ DWORD __cdecl TARVO_CopyFile(_In_z_ const char *source, _In_z_ const char *desti
  * @return 0; ERROR_FILE_EXISTS with failIfExists; ERROR_FILENAME_EXCED_RANGE, no room for such a name; the code of
  *         reading the source's attributes, of the copy beside the destination, or of TARVO_RenameAfterReboot.
  */
-DWORD __cdecl TARVO_CopyFileEx(_In_z_ const char *source, _In_z_ const char *destination, BOOL failIfExists,
-                               _Out_opt_ DWORD *needRestart);
+DWORD __cdecl TARVO_CopyFileEx(_In_z_ const char* source, _In_z_ const char* destination, BOOL failIfExists,
+                               _Out_opt_ DWORD* needRestart);
 
 /**
  * Moves a file (MoveFile), replacing the destination; where that fails now, the move is deferred. The destination is
@@ -110,18 +110,18 @@ DWORD __cdecl TARVO_CopyFileEx(_In_z_ const char *source, _In_z_ const char *des
  * @return 0; ERROR_FILE_EXISTS with failIfExists; the code of reading the source's attributes or of
  *         TARVO_RenameAfterReboot.
  */
-DWORD __cdecl TARVO_MoveFileEx(_In_z_ const char *source, _In_z_ const char *destination, BOOL failIfExists,
-                               _Out_opt_ DWORD *needRestart);
+DWORD __cdecl TARVO_MoveFileEx(_In_z_ const char* source, _In_z_ const char* destination, BOOL failIfExists,
+                               _Out_opt_ DWORD* needRestart);
 
 /**
  * Deletes a file or an empty directory (DeleteFile, RemoveDirectory); where that fails now, the deletion is deferred.
  * @param needRestart  Receives 1 if deferred, else 0; may be NULL.
  * @return 0, also if there is nothing of that name; or the code of TARVO_DeleteAfterReboot.
  */
-DWORD __cdecl TARVO_DeleteFileEx(_In_z_ const char *path, _Out_opt_ DWORD *needRestart);
+DWORD __cdecl TARVO_DeleteFileEx(_In_z_ const char* path, _Out_opt_ DWORD* needRestart);
 
 /** Defers the deletion of a file or empty directory. @return as TARVO_RenameAfterReboot without a target. */
-DWORD __cdecl TARVO_DeleteAfterReboot(_In_z_ const char *path);
+DWORD __cdecl TARVO_DeleteAfterReboot(_In_z_ const char* path);
 
 /* ---- Pending operations: the Session Manager's list ----------------------------------------------------------- */
 
@@ -132,7 +132,8 @@ DWORD __cdecl TARVO_DeleteAfterReboot(_In_z_ const char *path);
  */
 DWORD __cdecl TARVO_ReceivePFOsInfo(void);
 
-/** Writes changes back, keeping what others have added meanwhile. @return 0, or the registry's code; then all stays pending. */
+/** Writes changes back, keeping what others have added meanwhile. @return 0, or the registry's code; then all stays
+ * pending. */
 DWORD __cdecl TARVO_UpdatePFOsInfo(void);
 
 /**
@@ -140,7 +141,7 @@ DWORD __cdecl TARVO_UpdatePFOsInfo(void);
  * @return 0; ERROR_INVALID_PARAMETER, no source; ERROR_NOT_ENOUGH_MEMORY, also when 5120 operations are in memory;
  *         or the code of reading or writing the list.
  */
-DWORD __cdecl TARVO_RenameAfterReboot(_In_z_ const char *source, _In_opt_z_ const char *target);
+DWORD __cdecl TARVO_RenameAfterReboot(_In_z_ const char* source, _In_opt_z_ const char* target);
 
 /**
  * Takes operations off the list; finding none is no error.
@@ -148,7 +149,7 @@ DWORD __cdecl TARVO_RenameAfterReboot(_In_z_ const char *source, _In_opt_z_ cons
  * @param destination  Full path, "NUL" for deletions only, or NULL for any target.
  * @return 0, or the code of reading or writing the list.
  */
-DWORD __cdecl TARVO_RemovePendingFileOperation(_In_opt_z_ const char *source, _In_opt_z_ const char *destination);
+DWORD __cdecl TARVO_RemovePendingFileOperation(_In_opt_z_ const char* source, _In_opt_z_ const char* destination);
 
 /**
  * Finds what the next restart will put in place of a file; the newest operation on it decides.
@@ -157,9 +158,10 @@ DWORD __cdecl TARVO_RemovePendingFileOperation(_In_opt_z_ const char *source, _I
  * @param size         Bytes at source, at least MAX_PATH.
  * @return 0; ERROR_INSUFFICIENT_BUFFER; ERROR_FILE_NOT_FOUND, nothing will come there; or the code of reading the list.
  */
-DWORD __cdecl TARVO_FindSourceInPFOs(_In_z_ const char *destination, _Out_writes_z_(size) char *source, DWORD size);
+DWORD __cdecl TARVO_FindSourceInPFOs(_In_z_ const char* destination, _Out_writes_z_(size) char* source, DWORD size);
 
-/** Non-zero, as at load, writes every change at once; with 0 changes wait for TARVO_UpdatePFOsInfo and die with the library. */
+/** Non-zero, as at load, writes every change at once; with 0 changes wait for TARVO_UpdatePFOsInfo and die with the
+ * library. */
 void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
 
 /* ---- Registry ------------------------------------------------------------------------------------------------- */
@@ -174,10 +176,10 @@ void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
  * @return 0; ERROR_INVALID_PARAMETER, also for a malformed locator or another type; or the registry's code, levels
  *         created so far stay.
  */
-DWORD __cdecl TARVO_CreateRegistryEntry(_In_z_ const char *locator, DWORD type, BOOL flush);
+DWORD __cdecl TARVO_CreateRegistryEntry(_In_z_ const char* locator, DWORD type, BOOL flush);
 
 /** As TARVO_CreateRegistryEntry; virtualized 0 works in the 64-bit view, anything else in the process's own. */
-DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char *locator, DWORD type, BOOL flush, BOOL virtualized);
+DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char* locator, DWORD type, BOOL flush, BOOL virtualized);
 
 /**
  * Sets the installed version of a product, below Software\Norrin Vale\Velmora\(product) in HKEY_LOCAL_MACHINE: the
@@ -229,7 +231,7 @@ DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char *source);
  * @param plugIn  Only traced; may be NULL.
  * @return 0, or the code of clearing the read-only attribute.
  */
-DWORD __cdecl TARVO_StartUninstallLogging(_In_z_ const char *file, _In_opt_z_ const char *plugIn);
+DWORD __cdecl TARVO_StartUninstallLogging(_In_z_ const char* file, _In_opt_z_ const char* plugIn);
 
 /** Ends recording. @return 0; (DWORD)-2, recording is off */
 DWORD __cdecl TARVO_StopUninstallLogging(void);
@@ -239,14 +241,14 @@ DWORD __cdecl TARVO_StopUninstallLogging(void);
  * @param single  Non-zero writes entry=value; 0 writes value=1 and does not use entry.
  * @return 0, also when nothing could be written; ERROR_INVALID_PARAMETER, one of the texts needed is NULL
  */
-DWORD __cdecl TARVO_AddRollbackEntry(_In_z_ const char *section, _In_opt_z_ const char *entry, _In_z_ const char *value,
+DWORD __cdecl TARVO_AddRollbackEntry(_In_z_ const char* section, _In_opt_z_ const char* entry, _In_z_ const char* value,
                                      BOOL single);
 
 /** Records a created file or directory. @return 0; ERROR_INVALID_PARAMETER */
-DWORD __cdecl TARVO_AddFileToUninstallLog(_In_z_ const char *path);
+DWORD __cdecl TARVO_AddFileToUninstallLog(_In_z_ const char* path);
 
 /** Records a name and value for TARVO_GetCustomUnInstallString. @return 0; ERROR_INVALID_PARAMETER */
-DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char *name, _In_z_ const char *value);
+DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char* name, _In_z_ const char* value);
 
 /* ---- Uninstall log: replaying --------------------------------------------------------------------------------- */
 
@@ -259,7 +261,7 @@ DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char *name, _In_z_ con
 #define TARVO_UNINSTALL_SHELL_EXTENSION 205 /* nothing is recorded of these */
 
 /** Names the log to replay. @return 0; ERROR_FILE_NOT_FOUND */
-DWORD __cdecl TARVO_OpenRollBackLog(_In_z_ const char *file);
+DWORD __cdecl TARVO_OpenRollBackLog(_In_z_ const char* file);
 
 /** @return 0; (DWORD)-2, no log is open */
 DWORD __cdecl TARVO_CloseRollBackLog(void);
@@ -276,19 +278,343 @@ DWORD __cdecl TARVO_PerformUnInstall(DWORD operation);
  * @param buffer  Receives the value, cut to size - 1 characters; "" if the name was never recorded.
  * @return 0; ERROR_INVALID_PARAMETER, a pointer is NULL or there is no room; (DWORD)-2, no log is open
  */
-DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char *name, _Out_writes_z_(size) char *buffer, DWORD size);
+DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char* name, _Out_writes_z_(size) char* buffer, DWORD size);
+
+/* ---- Services ------------------------------------------------------------------------------------------------- */
+
+/*
+ * machine is NULL for the local machine. All but TARVO_HaveInstallServiceRights connect with SC_MANAGER_ALL_ACCESS and
+ * need an administrator: each returns the code of connecting, and one that opens a service that of opening it, such
+ * as ERROR_SERVICE_DOES_NOT_EXIST (1060). No handle is kept beyond a call.
+ */
+
+/**
+ * Installs a service (CreateService) with its display name as description, or changes an existing one with
+ * TARVO_ChangeServiceConfig, all but its dependencies. The service is enabled in the hardware profile, then recorded.
+ * @param serviceType, startType  SERVICE_... values. The error control is SERVICE_ERROR_IGNORE.
+ * @param binaryPath      For a type with a process of its own or a shared one it is put in quotes as a whole,
+ *                        arguments included, unless it begins with one.
+ * @param dependencies    A list of terminated texts ended by an empty one; NULL for none.
+ * @param account         NULL is LocalSystem.
+ * @param changeExisting  Non-zero changes a service of that name.
+ * @return 0; ERROR_FILE_EXISTS, it exists and shall not be changed; CreateService's code; or the code of changing or
+ *         of TARVO_EnableServiceInHWProfile, the service then stays and is not recorded.
+ */
+DWORD __cdecl TARVO_InstallService(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                   _In_opt_z_ const char* displayName, DWORD serviceType, DWORD startType,
+                                   _In_z_ const char* binaryPath, _In_opt_ const char* dependencies,
+                                   _In_opt_z_ const char* account, _In_opt_z_ const char* password,
+                                   BOOL changeExisting);
+
+/**
+ * Changes a service (ChangeServiceConfig) and makes its display name its description. SERVICE_NO_CHANGE and NULL keep
+ * what is set. The service is enabled in the hardware profile, then recorded; mind the order of the types.
+ * @param binaryPath  As for TARVO_InstallService; SERVICE_NO_CHANGE counts as a type that is put in quotes.
+ * @return 0; ChangeServiceConfig's code; or that of TARVO_EnableServiceInHWProfile, the change then stays and is not
+ *         recorded.
+ */
+DWORD __cdecl TARVO_ChangeServiceConfig(_In_opt_z_ const char* machine, _In_z_ const char* service, DWORD startType,
+                                        DWORD serviceType, _In_opt_z_ const char* binaryPath,
+                                        _In_opt_z_ const char* account, _In_opt_z_ const char* password,
+                                        _In_opt_z_ const char* displayName);
+
+/**
+ * Changes an optional setting of a service (ChangeServiceConfig2, looked up at each call). Nothing is recorded.
+ * @param level        SERVICE_CONFIG_...
+ * @param information  Address of the structure of that level.
+ * @return 0; ERROR_PROC_NOT_FOUND on a Windows without that function; or its code.
+ */
+DWORD __cdecl TARVO_ChangeServiceConfig2(_In_opt_z_ const char* machine, _In_z_ const char* service, DWORD level,
+                                         DWORD information);
+
+/**
+ * Reads the configuration of a service (QueryServiceConfig). Every answer may be NULL.
+ * @param startType    Receives a SERVICE_... value.
+ * @param interactive  Receives 1 or 0.
+ * @param binaryPath   260 bytes; receives the path, cut to 259 characters.
+ * @param account      1024 bytes; receives the account, cut to 1023 characters.
+ * @param displayName  1024 bytes; receives the display name, cut to 1023 characters.
+ * @return 0, or QueryServiceConfig's code; then nothing is written.
+ */
+DWORD __cdecl TARVO_GetServiceConfig(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                     _Out_opt_ DWORD* startType, _Out_opt_ DWORD* interactive,
+                                     _Out_writes_opt_z_(260) char* binaryPath, _Out_writes_opt_z_(1024) char* account,
+                                     _Out_writes_opt_z_(1024) char* displayName);
+
+/**
+ * Asks whether a service exists.
+ * @param installed  Receives 1 or 0.
+ * @return 0; or the code of opening it for reading, unless that is ERROR_SERVICE_DOES_NOT_EXIST.
+ */
+DWORD __cdecl TARVO_IsServiceInstalled(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                       _Out_ DWORD* installed);
+
+/**
+ * Asks an active service to stop, come what may, and marks it for deletion (DeleteService); nothing is waited for. What
+ * is recorded of it stays.
+ * @return 0, or DeleteService's code.
+ */
+DWORD __cdecl TARVO_RemoveService(_In_opt_z_ const char* machine, _In_z_ const char* service);
+
+/**
+ * Starts a service that is stopped (StartService); in any other state nothing is done. It is not waited for.
+ * @return 0, or StartService's code.
+ */
+DWORD __cdecl TARVO_StartService(_In_opt_z_ const char* machine, _In_z_ const char* service);
+
+/**
+ * Asks a service that is not stopped to stop (ControlService). It is not waited for.
+ * @return 0, or ControlService's code, such as ERROR_INVALID_SERVICE_CONTROL (1052).
+ */
+DWORD __cdecl TARVO_StopService(_In_opt_z_ const char* machine, _In_z_ const char* service);
+
+/** Sends a control code, 128 to 255 for a service's own (ControlService). @return 0, or ControlService's code. */
+DWORD __cdecl TARVO_SendUserControl(_In_opt_z_ const char* machine, _In_z_ const char* service, DWORD control);
+
+/**
+ * Asks for a service's state (QueryServiceStatus).
+ * @param interactive  Receives SERVICE_INTERACTIVE_PROCESS (0x100) or 0; may be NULL.
+ * @param state        Receives SERVICE_STOPPED (1), SERVICE_RUNNING (4) and so on; may be NULL.
+ * @return 0, or QueryServiceStatus's code; then 0 stands in both.
+ */
+DWORD __cdecl TARVO_GetServiceStatus(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                     _Out_opt_ DWORD* interactive, _Out_opt_ DWORD* state);
+
+/**
+ * Waits for a service to reach a state, asking once a second.
+ * @param state     SERVICE_STOPPED, SERVICE_RUNNING and so on.
+ * @param timeout   Milliseconds; the wait may last a second longer.
+ * @param exitCode  Receives the service's exit code once the state is reached, else 0; may be NULL.
+ * @return 0, also when the time-out passes (TARVO_GetServiceStatus and the trace log tell); or QueryServiceStatus's
+ *         code.
+ */
+DWORD __cdecl TARVO_WaitForServiceState(_In_opt_z_ const char* machine, _In_z_ const char* service, DWORD state,
+                                        DWORD timeout, _Out_opt_ DWORD* exitCode);
+
+/**
+ * Asks whether the caller may read and change a service's configuration, by opening it so.
+ * @param haveRights  Receives 1; or 0, whatever kept the service from being opened.
+ * @return 0, or the code of connecting.
+ */
+DWORD __cdecl TARVO_HaveChangeConfigRights(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                           _Out_ DWORD* haveRights);
+
+/** As TARVO_HaveChangeConfigRights, for asking for its state, starting and stopping it. */
+DWORD __cdecl TARVO_HaveStartStopRights(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                        _Out_ DWORD* haveRights);
+
+/**
+ * Asks whether the caller may create services (SC_MANAGER_CREATE_SERVICE).
+ * @param haveRights  Receives 1; or 0, access was denied; may be NULL.
+ * @return 0, or the code of connecting, but for ERROR_ACCESS_DENIED.
+ */
+DWORD __cdecl TARVO_HaveInstallServiceRights(_In_opt_z_ const char* machine, _Out_opt_ DWORD* haveRights);
+
+/**
+ * Clears the flags (CSConfigFlags) that disable a service in the current hardware profile of the local machine.
+ * @param machine, hardwareProfile, controlSet  Only traced; may be NULL.
+ * @return 0, also if the profile says nothing of the service; or the registry's code.
+ */
+DWORD __cdecl TARVO_EnableServiceInHWProfile(_In_opt_z_ const char* machine, _In_z_ const char* service,
+                                             _In_opt_z_ const char* hardwareProfile, _In_opt_z_ const char* controlSet);
+
+/* ---- Platform ------------------------------------------------------------------------------------------------- */
+
+/** Which Windows it is; newer ones are greater, but for Windows ME. */
+#define TARVO_PLATFORM_UNKNOWN 101
+#define TARVO_PLATFORM_WIN95 103
+#define TARVO_PLATFORM_WIN98 104
+#define TARVO_PLATFORM_WIN32S 105
+#define TARVO_PLATFORM_NT35 106
+#define TARVO_PLATFORM_NT351 107
+#define TARVO_PLATFORM_NT4 108
+#define TARVO_PLATFORM_NT50 109 /* Windows 2000 */
+#define TARVO_PLATFORM_WINME 110
+#define TARVO_PLATFORM_NT51 111 /* Windows XP */
+#define TARVO_PLATFORM_NT52 112 /* Windows Server 2003 and other 5.x */
+#define TARVO_PLATFORM_NT60_WORKSTATION 113
+#define TARVO_PLATFORM_NT60_SERVER 114
+#define TARVO_PLATFORM_NT61_WORKSTATION 115
+#define TARVO_PLATFORM_NT61_SERVER 116
+#define TARVO_PLATFORM_NT62_WORKSTATION 117
+#define TARVO_PLATFORM_NT62_SERVER 118
+#define TARVO_PLATFORM_NT63_WORKSTATION 119
+#define TARVO_PLATFORM_NT63_SERVER 120
+
+/**
+ * Tells which Windows this is, by what it says of itself (GetVersionEx).
+ * @return TARVO_PLATFORM_..., no result code: TARVO_PLATFORM_UNKNOWN also stands for a failing query, which stores its
+ *         text, and for any Windows that reports NT 6.4 or later.
+ */
+DWORD __cdecl TARVO_GetPlatform(void);
+
+/** What TARVO_GetPlatformEx answers. */
+#define TARVO_ASK_PLATFORM 150      /* integer: as TARVO_GetPlatform */
+#define TARVO_ASK_IS_NT 151         /* bool: of the NT family */
+#define TARVO_ASK_IS_WINDOWS_9X 152 /* bool: of the Windows 95 family */
+#define TARVO_ASK_IS_SERVER 153     /* bool: an NT server or domain controller (NetServerGetInfo) */
+#define TARVO_ASK_SERVICE_PACK 156  /* integer: number of the service pack, 0 for none */
+
+/**
+ * Answers one question about the platform.
+ * @param item           TARVO_ASK_...
+ * @param boolBuffer     Receives 1 or 0 for a bool item; may be NULL.
+ * @param integerBuffer  Receives the number for an integer item; may be NULL.
+ * @return 0, also if there is no room for the answer; ERROR_INVALID_PARAMETER, no such item; the code of
+ *         NetServerGetInfo or, for the service pack, of GetVersionEx: then nothing is written.
+ */
+DWORD __cdecl TARVO_GetPlatformEx(DWORD item, _Out_opt_ BOOL* boolBuffer, _Out_opt_ DWORD* integerBuffer);
+
+/** @return non-zero on a 64-bit Windows (IsWow64Process); no result code. */
+BOOL __cdecl TARVO_Is64BitPlatform(void);
+
+/** @return the bytes of physical memory as a 32-bit program sees them (GlobalMemoryStatus); no result code. */
+DWORD __cdecl TARVO_GetAmountOfRAM(void);
+
+/* ---- Security: grants on files and registry keys ------------------------------------------------------------- */
+
+/**
+ * Grants an account access to an object, and its children to come (GetNamedSecurityInfo, SetNamedSecurityInfo). Two
+ * entries replace what the list allowed or denied the account itself: one for the object, one that children inherit.
+ * They stand behind explicit denials and in front of what allows or is inherited. The list is written protected: the
+ * object no longer inherits from its parent and keeps what it had inherited.
+ * @param type       SE_FILE_OBJECT (1) or SE_REGISTRY_KEY (4).
+ * @param name       A file or directory; or a key, as main key name \ subkey, in the process's own view.
+ * @param account    In any form that LookupAccountName takes; NULL is the account that runs the setup.
+ * @param mask       Access rights, generic ones as well.
+ * @param replace    Non-zero leaves nothing in the list but the new entries.
+ * @param recursive  Non-zero does the same to all that lies below, each object before its contents; failures there
+ *                   are only traced and keep the walk out of what lies below them. Links to directories are followed,
+ *                   but none that leads back into a directory that the walk is in.
+ * @return 0; ERROR_INVALID_PARAMETER, also for another type or a malformed key path; ERROR_NONE_MAPPED, no such
+ *         account; ERROR_FILENAME_EXCED_RANGE, a key of more than 2047 bytes; ERROR_ALLOTTED_SPACE_EXCEEDED, a list
+ *         that would exceed 64 KB; ERROR_INVALID_ACL, a damaged list; or the code of reading or writing the list.
+ *         An object that fails keeps its list.
+ */
+DWORD __cdecl TARVO_SetObjectSecurity(DWORD type, _In_z_ const char* name, _In_opt_z_ const char* account, DWORD mask,
+                                      BOOL replace, BOOL recursive);
+
+/**
+ * As TARVO_SetObjectSecurity, for a principal named by its relative identifier.
+ * @param rid     Without a domain: 0 everyone, 1 to 32 below NT AUTHORITY, 500 to 543 of this machine's accounts, 544
+ *                to 999 built-in. With one: 500 to 543.
+ * @param domain  NULL for this machine.
+ * @return as TARVO_SetObjectSecurity; ERROR_NOT_SUPPORTED, another rid; ERROR_ACCESS_DENIED, also if the SID of the
+ *         domain cannot be had (NetGetDCName, NetUserModalsGet).
+ */
+DWORD __cdecl TARVO_SetObjectSecurityRid(DWORD type, _In_z_ const char* name, DWORD rid, _In_opt_z_ const char* domain,
+                                         DWORD mask, BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurity for files and directories. */
+DWORD __cdecl TARVO_SetFileSecurity(_In_z_ const char* path, _In_opt_z_ const char* account, DWORD mask, BOOL replace,
+                                    BOOL recursive);
+
+/** TARVO_SetObjectSecurityRid for files and directories. */
+DWORD __cdecl TARVO_SetFileSecurityRid(_In_z_ const char* path, DWORD rid, _In_opt_z_ const char* domain, DWORD mask,
+                                       BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurity for registry keys. */
+DWORD __cdecl TARVO_SetRegistrySecurity(_In_z_ const char* keyPath, _In_opt_z_ const char* account, DWORD mask,
+                                        BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurityRid for registry keys. */
+DWORD __cdecl TARVO_SetRegistrySecurityRid(_In_z_ const char* keyPath, DWORD rid, _In_opt_z_ const char* domain,
+                                           DWORD mask, BOOL replace, BOOL recursive);
+
+/* ---- Security: policies ---------------------------------------------------------------------------------------- */
+
+#define TARVO_POLICY_NONE 0 /* applying it changes nothing */
+#define TARVO_POLICY_OPEN                                                                                              \
+    1 /* full control: setup account, local system, Administrators, Power Users, Users, and                            \
+         owners of what is created; everyone reads */
+#define TARVO_POLICY_USERS                                                                                             \
+    2                          /* full control: setup account, local system, Administrators, and owners of what is     \
+                                  created; Power Users change, Users read */
+#define TARVO_POLICY_LOCKED 16 /* full control: setup account, local system, Administrators; no one else */
+
+/**
+ * Selects the policy that the two calls below apply. A principal whose SID cannot be had is left out, which the trace
+ * shows by its count. Selecting the current policy again keeps what was resolved for it.
+ * @param policy  TARVO_POLICY_...
+ * @return 0; ERROR_INVALID_PARAMETER, no such policy; the current one stays.
+ */
+DWORD __cdecl TARVO_DefineSecurityPolicy(DWORD policy);
+
+/** @return the selected policy, TARVO_POLICY_NONE at load. */
+DWORD __cdecl TARVO_GetSecurityPolicy(void);
+
+/**
+ * Gives a file or directory the access list of the selected policy, by one grant after the other as
+ * TARVO_SetObjectSecurity makes them, the first of which replaces the list.
+ * @param recursive  As for TARVO_SetObjectSecurity; the tree is walked once for each grant.
+ * @return 0, also without a policy; ERROR_INVALID_PARAMETER, NULL or ""; or the code of the first grant that failed,
+ *         those before it stay.
+ */
+DWORD __cdecl TARVO_ApplyFileSecurityPolicy(_In_z_ const char* path, BOOL recursive);
+
+/** The same for a registry key, named as for TARVO_SetObjectSecurity. @return also that one's codes for a key path */
+DWORD __cdecl TARVO_ApplyRegistrySecurityPolicy(_In_z_ const char* keyPath, BOOL recursive);
+
+/* ---- Accounts, groups and shares ------------------------------------------------------------------------------- */
+
+/*
+ * Texts that are NULL are handed on as NULL. Each call returns 0 or the code of the network function behind it; the
+ * codes of 2100 and above have texts of this library. Without memory all but TARVO_CreateSharedFolder return
+ * 0xFFFFFFFF.
+ */
+
+/**
+ * Creates a user account (NetUserAdd, level 1).
+ * @param domain       Its primary domain controller (NetGetDCName) creates the account; NULL is this machine.
+ * @param password     Never traced.
+ * @param privilege    USER_PRIV_...
+ * @param accountType  UF_... flags; UF_SCRIPT is added.
+ * @return as above; NERR_DCNotFound or another code of NetGetDCName, nothing was created
+ */
+DWORD __cdecl TARVO_CreateAccount(_In_opt_z_ const char* domain, _In_opt_z_ const char* user,
+                                  _In_opt_z_ const char* password, DWORD privilege, DWORD accountType);
+
+/** Deletes a user account (NetUserDel); the domain as for TARVO_CreateAccount. */
+DWORD __cdecl TARVO_DeleteAccount(_In_opt_z_ const char* domain, _In_opt_z_ const char* user);
+
+/** Creates a local group (NetLocalGroupAdd, level 1). @param machine  NULL is this machine, here and below. */
+DWORD __cdecl TARVO_CreateLocalGroup(_In_opt_z_ const char* machine, _In_opt_z_ const char* group,
+                                     _In_opt_z_ const char* comment);
+
+/** Deletes a local group (NetLocalGroupDel). */
+DWORD __cdecl TARVO_DeleteLocalGroup(_In_opt_z_ const char* machine, _In_opt_z_ const char* group);
+
+/** Puts an account, given as domain \ name, into a local group (NetLocalGroupAddMembers, level 3); mind the order. */
+DWORD __cdecl TARVO_AddUserToLocalGroup(_In_opt_z_ const char* account, _In_opt_z_ const char* machine,
+                                        _In_opt_z_ const char* group);
+
+/**
+ * Shares a folder (NetShareAdd, level 2) for any number of users.
+ * @param path  A folder of that machine.
+ * @return as above; ERROR_NOT_ENOUGH_MEMORY (8) without memory
+ */
+DWORD __cdecl TARVO_CreateSharedFolder(_In_opt_z_ const char* machine, _In_opt_z_ const char* path,
+                                       _In_opt_z_ const char* share, _In_opt_z_ const char* comment);
+
+/** Not implemented, like the four below. @return ERROR_INVALID_FUNCTION (1), text "Function unimplemented" */
+DWORD __cdecl TARVO_DlgCreateAccount(void);
+DWORD __cdecl TARVO_DeleteShare(void);
+DWORD __cdecl TARVO_DlgCreateSharedFolder(void);
+DWORD __cdecl TARVO_SetPermissions(void);
+DWORD __cdecl TARVO_DlgSetPermissions(void);
 
 /* ---- Process, module and text utilities ----------------------------------------------------------------------- */
 
 /**
  * Starts a program or opens a document (ShellExecute), without waiting.
  * @param commandLine  A path, or a path in double quotes and arguments.
- * @return 0; ERROR_FILENAME_EXCED_RANGE, a quoted path of more than 259 characters; or ShellExecute's value, 32 or less.
+ * @return 0; ERROR_FILENAME_EXCED_RANGE, a quoted path of more than 259 characters; or ShellExecute's value, 32 or
+ * less.
  */
-DWORD __cdecl TARVO_ShellExecute(_In_z_ const char *commandLine);
+DWORD __cdecl TARVO_ShellExecute(_In_z_ const char* commandLine);
 
 /** @return TRUE if the library, loaded for the question if need be, exports the function; FALSE for anything else. */
-BOOL __cdecl TARVO_DllFunctionExist(_In_z_ const char *library, _In_z_ const char *function);
+BOOL __cdecl TARVO_DllFunctionExist(_In_z_ const char* library, _In_z_ const char* function);
 
 /**
  * Reads the lines of a section of an INI file: a list of texts ended by an empty one (two zero bytes if there are
@@ -297,8 +623,8 @@ BOOL __cdecl TARVO_DllFunctionExist(_In_z_ const char *library, _In_z_ const cha
  * @param size    Bytes at buffer; receives the bytes that are surely enough.
  * @return 0; ERROR_FILE_NOT_FOUND, the file cannot be read; ERROR_MORE_DATA, no buffer or too small
  */
-DWORD __cdecl TARVO_ReadIniFileSection(_In_z_ const char *file, _In_z_ const char *section,
-                                       _Out_writes_opt_(*size) char *buffer, _Inout_ DWORD *size);
+DWORD __cdecl TARVO_ReadIniFileSection(_In_z_ const char* file, _In_z_ const char* section,
+                                       _Out_writes_opt_(*size) char* buffer, _Inout_ DWORD* size);
 
 /**
  * Converts text of a code page to UTF-8 (MultiByteToWideChar, WideCharToMultiByte).
@@ -306,12 +632,44 @@ DWORD __cdecl TARVO_ReadIniFileSection(_In_z_ const char *file, _In_z_ const cha
  * @param size         Bytes at destination; receives the size needed if destination is NULL.
  * @return 0; ERROR_INSUFFICIENT_BUFFER; or the code of the conversion.
  */
-DWORD __cdecl TARVO_MultiByteToUtf8(_In_z_ const char *source, DWORD codePage, _Out_writes_opt_z_(*size) char *destination,
-                                    _Inout_ int *size);
+DWORD __cdecl TARVO_MultiByteToUtf8(_In_z_ const char* source, DWORD codePage,
+                                    _Out_writes_opt_z_(*size) char* destination, _Inout_ int* size);
 
 /** Converts UTF-8 to text of a code page; mind the order of the parameters. Otherwise as TARVO_MultiByteToUtf8. */
-DWORD __cdecl TARVO_Utf8ToMultiByte(_In_z_ const char *source, _Out_writes_opt_z_(*size) char *destination, DWORD codePage,
-                                    _Inout_ int *size);
+DWORD __cdecl TARVO_Utf8ToMultiByte(_In_z_ const char* source, _Out_writes_opt_z_(*size) char* destination,
+                                    DWORD codePage, _Inout_ int* size);
+
+/* ---- Product components --------------------------------------------------------------------------------------- */
+
+/**
+ * Starts the management console, kob32.exe in the product's common directory, without waiting (ShellExecute).
+ * @return 0; 0xFFFFFFFF, the directory is not in the registry or the program does not start
+ */
+DWORD __cdecl TARVO_StartKOB(void);
+
+/** Does nothing. @return 0 */
+DWORD __cdecl TARVO_StopKOB(void);
+
+/**
+ * Starts the management agent's service, KOBA, unless it runs or starts already, and gives it a minute to run; not
+ * running by then is no failure.
+ * @return 0; or the code of TARVO_GetServiceStatus, TARVO_StartService or TARVO_WaitForServiceState.
+ */
+DWORD __cdecl TARVO_StartKOBA(void);
+
+/**
+ * Stops the management agent's service and gives it a minute to stop; still running by then is no failure.
+ * @return 0, also without such a service; or the code of TARVO_StopService or TARVO_WaitForServiceState.
+ */
+DWORD __cdecl TARVO_StopKOBA(void);
+
+/**
+ * Copies a default policy file into a directory over an existing one, unless it lies there already, and records it;
+ * for the extension dpf the file of the same name with dpx is recorded too.
+ * @return 0; ERROR_FILENAME_EXCED_RANGE, a path of more than 259 characters; or the code of TARVO_CopyFile, then
+ *         nothing is recorded.
+ */
+DWORD __cdecl TARVO_InstallDefaultPolicyFile(_In_z_ const char* source, _In_z_ const char* directory);
 
 /* ---- Shortcuts ------------------------------------------------------------------------------------------------- */
 

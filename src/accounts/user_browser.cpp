@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "accounts/wide_text.h"
 #include "base/memory.h"
+#include "base/wide_text.h"
 #include "frame/scope.h"
 
 namespace tarvo {
@@ -114,7 +114,7 @@ void TraceReturn(BOOL result, const BOOL* cancelled)
 }
 
 /** The wide counterparts of what OpenUserBrowseDialogA is given. */
-struct WideArguments {
+struct WideBrowse {
     WideText title;
     WideText domain;
     WideText userBuffer;
@@ -122,10 +122,8 @@ struct WideArguments {
 
     [[nodiscard]] bool Allocate(const char* givenTitle, const char* givenDomain, const AccountBuffers<char>& buffers)
     {
-        title = AllocWideFromAnsi(givenTitle);
-        domain = AllocWideFromAnsi(givenDomain);
-        return (title || !givenTitle) && (domain || !givenDomain) && userBuffer.AllocateZeroed(buffers.userSize) &&
-               domainBuffer.AllocateZeroed(buffers.domainSize);
+        return title.FromAnsi(givenTitle) && domain.FromAnsi(givenDomain) &&
+               userBuffer.AllocateZeroed(buffers.userSize) && domainBuffer.AllocateZeroed(buffers.domainSize);
     }
 };
 
@@ -141,7 +139,7 @@ void ConvertName(const wchar_t* name, char* buffer, DWORD size)
 BOOL BrowseAnsi(HWND owner, const char* title, const char* domain, DWORD flags, const AccountBuffers<char>& buffers,
                 BOOL* cancelled)
 {
-    WideArguments wide;
+    WideBrowse wide;
     if (!wide.Allocate(title, domain, buffers)) {
         TracePrint(kError, 3, "%s", "Memory allocation failed.\n");
         return FALSE;

@@ -4,6 +4,12 @@
 
 namespace tarvo {
 
+/** @return a function of a module, or NULL; GetLastError then tells why. */
+template <class Function> Function LookUpIn(HMODULE module, const char* name)
+{
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
 /**
  * Looks up, at each call, a function that some Windows versions lack.
  * @param module  A module that is loaded in any case, such as "advapi32".
@@ -12,7 +18,7 @@ namespace tarvo {
 template <class Function> Function LookUp(const char* module, const char* name)
 {
     const HMODULE handle = GetModuleHandleA(module);
-    return handle ? reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(handle, name))) : nullptr;
+    return handle ? LookUpIn<Function>(handle, name) : nullptr;
 }
 
 } // namespace tarvo

@@ -4,6 +4,42 @@
 #include <cstring>
 
 namespace tarvo {
+namespace {
+
+enum class Formatted { kWhole, kCut, kNot };
+
+/**
+ * Formats where the conversions are all %s and no text is NULL. Most are, and the C library would take a good part of
+ * the time in which the system writes a line of the log.
+ */
+Formatted FormatTexts(char* destination, size_t size, const char* format, va_list arguments)
+{
+    char* const end = destination + size - 1;
+    char* at = destination;
+    for (; *format; ++format) {
+        if (*format != '%' && at < end) {
+            *at++ = *format;
+            continue;
+        }
+        const char* text = format;
+        if (*format == '%') {
+            ++format;
+            text = *format == 's' ? va_arg(arguments, const char*) : nullptr;
+            if (!text)
+                return Formatted::kNot;
+            while (*text && at < end)
+                *at++ = *text++;
+        }
+        if (*text) {
+            *end = '\0';
+            return Formatted::kCut;
+        }
+    }
+    *at = '\0';
+    return Formatted::kWhole;
+}
+
+} // namespace
 
 bool CopyWhole(char* destination, size_t size, std::string_view text)
 {
@@ -36,6 +72,12 @@ bool FormatCutV(char* destination, size_t size, const char* format, va_list argu
 {
     if (size == 0)
         return false;
+    va_list texts;
+    va_copy(texts, arguments);
+    const Formatted formatted = FormatTexts(destination, size, format, texts);
+    va_end(texts);
+    if (formatted != Formatted::kNot)
+        return formatted == Formatted::kWhole;
     const int written = _vsnprintf(destination, size, format, arguments);
     if (written >= 0 && static_cast<size_t>(written) < size)
         return true;

@@ -130,6 +130,17 @@ void RemoveCurrentReferences(char* tail)
     *write = '\0';
 }
 
+/** Most paths need nothing; the bytes tell so, but for one with a trail byte that looks like a backslash. */
+bool IsSurelyNormal(const char* tail)
+{
+    while ((tail = strchr(tail, '\\')) != nullptr) {
+        ++tail;
+        if (*tail == '\\' || *tail == '.' || *tail == '\0')
+            return false;
+    }
+    return true;
+}
+
 void RemoveEndingBackslash(char* tail)
 {
     const size_t length = strlen(tail);
@@ -170,6 +181,8 @@ void NormalizePath(char* path)
     if (!path || strlen(path) <= 2)
         return;
     char* tail = NextChar(NextChar(path));
+    if (IsSurelyNormal(tail))
+        return;
     TailRewriter(tail).Rewrite();
     RemoveCurrentReferences(tail);
     RemoveEndingBackslash(tail);

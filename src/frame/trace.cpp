@@ -17,13 +17,20 @@ constexpr size_t kMaxColumns = 64;
 constexpr size_t kMaxLine = kMaxColumns + kMaxIndentation + kMaxMessage;
 static_assert(kMaxLine <= TraceOutput::kMaxText);
 
+/** The date and time column as it was made at a tick count. */
+struct DateTimeColumn {
+    DWORD tick = 0;
+    BoundedText<32> text;
+};
+
 /** All of the trace: what is written, where to, and how deep the blocks stand. */
 struct TraceState {
     bool outputAllowed = true;
     TraceOptions options;
     TraceOutput output;
     TraceConfig config;
-    int depth = 0; // in spaces
+    int depth = 0;           // in spaces
+    DateTimeColumn dateTime; // guarded by the lock
     CRITICAL_SECTION lock = {};
     char line[kMaxLine] = {}; // guarded by the lock
 };
@@ -44,10 +51,14 @@ void ReadTraceConfig()
     state.object.config.Read(state.object.options, state.object.output);
 }
 
+bool RereadsConfig()
+{
+    return state.object.options.rereadSeconds != 0 && state.object.outputAllowed;
+}
+
 void RereadConfigIfDue()
 {
-    const DWORD seconds = state.object.options.rereadSeconds;
-    if (seconds != 0 && state.object.outputAllowed && state.object.config.IsDue(seconds))
+    if (RereadsConfig() && state.object.config.IsDue(state.object.options.rereadSeconds))
         ReadTraceConfig();
 }
 
@@ -58,24 +69,31 @@ bool LineWanted(DWORD severity, int detail)
            (severity & options.severityMask) != 0 && detail <= options.detailThreshold;
 }
 
-int SeverityCode(DWORD severity)
+const char* SeverityColumn(DWORD severity)
 {
     switch (severity) {
     case kError:
-        return 3;
+        return "3\t";
     case kWarning:
-        return 2;
+        return "2\t";
     case kInfo:
-        return 1;
+        return "1\t";
     default:
-        return 0;
+        return "0\t";
     }
 }
 
 /** Builds one line in the line buffer, piece by piece. */
 class LineWriter {
 public:
-    template <class... Arguments> void Add(const char* format, Arguments... arguments)
+    // Byte by byte: the columns are so short that calls would take longer.
+    void Add(const char* text)
+    {
+        for (; *text; ++text)
+            Add(*text);
+    }
+
+    template <class... Arguments> void AddFormatted(const char* format, Arguments... arguments)
     {
         FormatCut(At(), Left(), format, arguments...);
         Advance();
@@ -89,14 +107,19 @@ public:
 
     void AddSpaces(int count)
     {
-        const size_t spaces = static_cast<size_t>(count < kMaxIndentation ? count : kMaxIndentation);
-        memset(At(), ' ', spaces);
-        length_ += spaces;
+        for (int space = 0; space < count && space < kMaxIndentation; ++space)
+            Add(' ');
     }
 
     std::string_view Line() const { return {state.object.line, length_}; }
 
 private:
+    void Add(char byte)
+    {
+        if (Left() > 1)
+            state.object.line[length_++] = byte;
+    }
+
     char* At() { return state.object.line + length_; }
     size_t Left() const { return kMaxLine - length_; }
     void Advance() { length_ += strlen(At()); }
@@ -104,25 +127,32 @@ private:
     size_t length_ = 0;
 };
 
+/** The clock moves with the tick count. Asking it and formatting the column would cost more than the rest of a line. */
 void AddDateTime(LineWriter& line)
 {
-    SYSTEMTIME now;
-    GetLocalTime(&now);
-    line.Add("%2d/%02d/%02d %02d:%02d:%02d\t", now.wYear % 100, now.wMonth, now.wDay, now.wHour, now.wMinute,
-             now.wSecond);
+    DateTimeColumn& column = state.object.dateTime;
+    const DWORD tick = GetTickCount();
+    if (tick != column.tick || column.text.Empty()) {
+        SYSTEMTIME now;
+        GetLocalTime(&now);
+        column.text.Format("%2d/%02d/%02d %02d:%02d:%02d\t", now.wYear % 100, now.wMonth, now.wDay, now.wHour,
+                           now.wMinute, now.wSecond);
+        column.tick = tick;
+    }
+    line.Add(column.text.Get());
 }
 
 void AddColumns(LineWriter& line, DWORD severity)
 {
     const TraceOptions& options = state.object.options;
     if (options.severityColumn)
-        line.Add("%d\t", SeverityCode(severity));
+        line.Add(SeverityColumn(severity));
     if (options.threadIdColumn)
-        line.Add("%lX\t", GetCurrentThreadId());
+        line.AddFormatted("%lX\t", GetCurrentThreadId());
     if (options.dateTimeColumn)
         AddDateTime(line);
     if (options.tickCountColumn)
-        line.Add("%08lX\t", GetTickCount());
+        line.AddFormatted("%08lX\t", GetTickCount());
     if (options.indentation)
         line.AddSpaces(state.object.depth);
 }
@@ -136,17 +166,24 @@ void WriteLine(DWORD severity, const char* format, va_list arguments)
     state.object.output.Write(line.Line());
 }
 
+/** Stands apart, so that a call with no log open has none of its frame to set up. */
+[[gnu::noinline]] void PrintIfWanted(DWORD severity, int detail, const char* format, va_list arguments)
+{
+    const LastErrorKeeper keeper;
+    RereadConfigIfDue(); // may switch the log: before the gate
+    if (LineWanted(severity, detail))
+        WriteLine(severity, format, arguments);
+}
+
 } // namespace
 
 void TracePrint(DWORD severity, int detail, const char* format, ...)
 {
-    const LastErrorKeeper keeper;
-    RereadConfigIfDue(); // may switch the log: before the gate
-    if (!LineWanted(severity, detail))
+    if (!RereadsConfig() && !LineWanted(severity, detail))
         return;
     va_list arguments;
     va_start(arguments, format);
-    WriteLine(severity, format, arguments);
+    PrintIfWanted(severity, detail, format, arguments);
     va_end(arguments);
 }
 
@@ -200,21 +237,24 @@ TraceStream& TraceStream::Add(const char* text)
 TraceStream& TraceStream::Add(long number)
 {
     BoundedText<16> digits;
-    digits.Format("%ld", number);
+    if (tracing_)
+        digits.Format("%ld", number);
     return Add(digits.Get());
 }
 
 TraceStream& TraceStream::Add(unsigned long number)
 {
     BoundedText<16> digits;
-    digits.Format("%lu", number);
+    if (tracing_)
+        digits.Format("%lu", number);
     return Add(digits.Get());
 }
 
 TraceStream& TraceStream::Add(const void* pointer)
 {
     BoundedText<16> digits;
-    digits.Format("0x%p", pointer);
+    if (tracing_)
+        digits.Format("0x%p", pointer);
     return Add(digits.Get());
 }
 

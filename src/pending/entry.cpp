@@ -52,10 +52,10 @@ DWORD PendingFileEntry::SetEntry(const char* source, const char* target)
     return target_.Set(target);
 }
 
-void PendingFileEntry::SetExact(WideText source, WideText target)
+void PendingFileEntry::SetExact(ExactText source, ExactText target)
 {
-    exactSource_ = static_cast<WideText&&>(source);
-    exactTarget_ = static_cast<WideText&&>(target);
+    exactSource_ = static_cast<ExactText&&>(source);
+    exactTarget_ = static_cast<ExactText&&>(target);
 }
 
 bool PendingFileEntry::Matches(const PendingFileEntry& query, const PendingFileEntry& entry)

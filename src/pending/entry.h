@@ -6,7 +6,7 @@
 
 namespace tarvo {
 
-using WideText = HeapArray<wchar_t>;
+using ExactText = HeapArray<wchar_t>;
 
 /**
  * One pending operation: a source that is moved onto a target, or deleted if
@@ -31,7 +31,7 @@ public:
      */
     const wchar_t* ExactSource() const { return exactSource_.Get(); }
     const wchar_t* ExactTarget() const { return exactTarget_.Get(); }
-    void SetExact(WideText source, WideText target);
+    void SetExact(ExactText source, ExactText target);
 
     /** Whether an entry fits a query; letter case counts for nothing. */
     static bool Matches(const PendingFileEntry& query, const PendingFileEntry& entry);
@@ -48,8 +48,8 @@ private:
 
     OwnedText source_;
     OwnedText target_;
-    WideText exactSource_;
-    WideText exactTarget_;
+    ExactText exactSource_;
+    ExactText exactTarget_;
     bool removed_ = false;
 };
 

@@ -40,6 +40,8 @@ DWORD PendingFileInfo::AddEntry(const char* source, const char* target, DWORD fo
         TracePrint(kWarning, 2, "%s", "Too many entries.\n");
         return scope.Error(ERROR_NOT_ENOUGH_MEMORY);
     }
+    if (count_ < kept_)
+        ForgetKept();
     if (const DWORD code = SetTexts(entries_[count_], source, target, form)) {
         TracePrint(kWarning, 3, "%s", FailedStep(form));
         return scope.Error(code);
@@ -133,10 +135,20 @@ bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWOR
         entries_[slot].SetRemoved(true);
         removed = true;
     }
-    if (removed)
+    if (removed) {
+        ForgetKept();
         NoteChange();
+    }
     scope.Ok();
     return removed;
+}
+
+bool PendingFileInfo::BringBackKept()
+{
+    if (count_ != 0 || kept_ == 0)
+        return false;
+    count_ = kept_;
+    return true;
 }
 
 void PendingFileInfo::ReleaseInfo()

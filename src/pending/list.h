@@ -68,6 +68,17 @@ protected:
     /** isEntryExist for an entry of another list. */
     bool HasEntryOf(const PendingFileEntry& query);
 
+    /**
+     * Notes that the system's store holds just these entries, as they are. Released, they can be brought back, until
+     * one of their slots is used again.
+     */
+    void KeepEntries() { kept_ = count_; }
+    void ForgetKept() { kept_ = 0; }
+    bool BringBackKept();
+
+    /** @return how many of the first entries are still as KeepEntries found them: all of those, or none. */
+    DWORD KeptCount() const { return kept_; }
+
     void SetReceived()
     {
         received_ = true;
@@ -103,6 +114,7 @@ private:
 
     PendingFileEntry entries_[kMaxEntries];
     DWORD count_ = 0;
+    DWORD kept_ = 0;    // slots from the first that are as the store has them
     DWORD indexed_ = 0; // slots that the chains hold; the rest joins them before a search
     bool received_ = false;
     bool upToDate_ = true;

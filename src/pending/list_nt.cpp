@@ -115,10 +115,34 @@ DWORD PendingFileInfoNT::ReceiveInfo()
     return scope.End(code);
 }
 
+DWORD PendingFileInfoNT::ReceiveInfoToAdd()
+{
+    // A full table may have room again by now, which only reading tells.
+    const bool believable = !IsTracing() && !InfoReceived() && KeptCount() < kMaxEntries;
+    if (!believable || !BringBackKept())
+        return ReceiveInfo();
+    SetReceived();
+    believed_ = true;
+    return ERROR_SUCCESS;
+}
+
+void PendingFileInfoNT::DropBelief()
+{
+    if (believed_)
+        ReleaseInfo();
+    believed_ = false;
+}
+
 DWORD PendingFileInfoNT::LoadFrom(HKEY key)
 {
-    if (const DWORD code = value_.Read(key))
+    if (const DWORD code = next_.Read(key))
         return code;
+    // What this list has written itself need not be taken apart again, but for
+    // the log.
+    if (!IsTracing() && next_.SameAs(value_) && BringBackKept())
+        return ERROR_SUCCESS;
+    ForgetKept();
+    value_.Swap(next_);
     return AddPairs();
 }
 
@@ -137,8 +161,8 @@ DWORD PendingFileInfoNT::AddPairs()
 
 DWORD PendingFileInfoNT::AddPair(PairReader::Text source, PairReader::Text target, TextNarrower (&texts)[2])
 {
-    WideText exactSource;
-    WideText exactTarget;
+    ExactText exactSource;
+    ExactText exactTarget;
     if (const DWORD code = texts[0].Narrow(source, exactSource))
         return code;
     if (const DWORD code = texts[1].Narrow(target, exactTarget))
@@ -147,7 +171,7 @@ DWORD PendingFileInfoNT::AddPair(PairReader::Text source, PairReader::Text targe
         TracePrint(kWarning, 3, "%s", "AddEntry failed.\n");
         return code;
     }
-    EntryAt(EntryCount() - 1)->SetExact(static_cast<WideText&&>(exactSource), static_cast<WideText&&>(exactTarget));
+    EntryAt(EntryCount() - 1)->SetExact(static_cast<ExactText&&>(exactSource), static_cast<ExactText&&>(exactTarget));
     return ERROR_SUCCESS;
 }
 
@@ -166,6 +190,7 @@ DWORD PendingFileInfoNT::UpdateInfo()
     if (const DWORD code = OpenSessionManager(key)) {
         TracePrint(kError, 3, "RegOpenKeyEx failed to open [%s], error code: [%d]\n", kSessionManagerKey,
                    static_cast<int>(code));
+        DropBelief();
         return scope.Error(code);
     }
     if (const DWORD code = MergeInto(key.Get()))
@@ -174,61 +199,116 @@ DWORD PendingFileInfoNT::UpdateInfo()
     return scope.Ok();
 }
 
-bool PendingFileInfoNT::ValueIsAsReceived(HKEY key) const
+/** Holds what another list has read; what cannot be taken apart counts as empty. */
+void PendingFileInfoNT::Adopt(RenameValue& value)
 {
-    RenameValue now;
-    return now.Read(key) == ERROR_SUCCESS && now.SameAs(value_);
+    value_.Swap(value);
+    if (AddPairs() != ERROR_SUCCESS)
+        ReleaseInfo();
 }
 
 /** Writes this list, and behind it what only the value, read again, holds. */
 DWORD PendingFileInfoNT::MergeInto(HKEY key)
 {
+    const bool believed = believed_;
+    believed_ = false;
     // Of a value that is still as it was received, every pair is in this list:
     // a second list would only show in the log.
-    if (!IsTracing() && ValueIsAsReceived(key))
-        return StoreMerged(key, nullptr);
+    const bool readAgain = !IsTracing() && next_.Read(key) == ERROR_SUCCESS;
+    if (readAgain && next_.SameAs(value_))
+        return StoreOwn(key);
     UniqueObject<PendingFileInfoNT> others = MakeHeapObject<PendingFileInfoNT>();
     if (!others) {
         TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
         return ERROR_NOT_ENOUGH_MEMORY;
     }
-    others.Get()->ReceiveInfo(); // what cannot be read counts as empty
+    if (believed)
+        return CorrectBelief(key, *others.Get());
+    if (readAgain)
+        others.Get()->Adopt(next_);
+    else
+        others.Get()->ReceiveInfo(); // what cannot be read counts as empty
     for (DWORD index = 0; index < others.Get()->EntryCount(); ++index) {
         PendingFileEntry& entry = *others.Get()->EntryAt(index);
         entry.SetRemoved(HasEntryOf(entry));
     }
-    return StoreMerged(key, others.Get());
+    return StoreMerged(key, *others.Get());
 }
 
-DWORD PendingFileInfoNT::StoreMerged(HKEY key, PendingFileInfoNT* others)
+/** Others have changed the value: loads the list from it after all, adds the additions to that, and writes it. */
+DWORD PendingFileInfoNT::CorrectBelief(HKEY key, PendingFileInfoNT& additions)
 {
-    if (EntryCount() == 0 && (!others || others->EntryCount() == 0))
-        return ERROR_SUCCESS;
-    PairWriter pairs;
-    if (const DWORD code = pairs.Reserve(CountChars() + (others ? others->CountChars() : 0)))
-        return code;
-    AddTo(pairs);
-    if (others)
-        others->AddTo(pairs);
-    return pairs.Store(key);
+    DWORD code = ERROR_SUCCESS;
+    for (DWORD index = KeptCount(); index < EntryCount() && code == ERROR_SUCCESS; ++index)
+        code = additions.AddEntry(EntryAt(index)->Source(), EntryAt(index)->Target(), kStored);
+    ReleaseInfo();
+    if (code == ERROR_SUCCESS)
+        code = LoadFrom(key);
+    if (code == ERROR_SUCCESS)
+        SetReceived();
+    else
+        ReleaseInfo();
+    for (DWORD index = 0; index < additions.EntryCount() && code == ERROR_SUCCESS; ++index)
+        code = AddEntry(additions.EntryAt(index)->Source(), additions.EntryAt(index)->Target(), kStored);
+    return code == ERROR_SUCCESS ? StoreOwn(key) : code;
 }
 
-size_t PendingFileInfoNT::CountChars()
+/** Writes this list alone; the value is as it was received, and so is next_. */
+DWORD PendingFileInfoNT::StoreOwn(HKEY key)
+{
+    if (EntryCount() == 0)
+        return ERROR_SUCCESS;
+    const DWORD kept = KeptCount();
+    if (kept)
+        next_.Reopen();
+    else
+        next_.Clear();
+    if (const DWORD code = next_.ReserveFurther(CountChars(kept)))
+        return code;
+    const bool allAdded = AddTo(next_, kept);
+    if (const DWORD code = next_.Store(key))
+        return code;
+    ForgetKept();
+    value_.Swap(next_);
+    if (allAdded)
+        KeepEntries();
+    return ERROR_SUCCESS;
+}
+
+DWORD PendingFileInfoNT::StoreMerged(HKEY key, PendingFileInfoNT& others)
+{
+    if (EntryCount() == 0 && others.EntryCount() == 0)
+        return ERROR_SUCCESS;
+    next_.Clear();
+    if (const DWORD code = next_.ReserveFurther(CountChars(0) + others.CountChars(0)))
+        return code;
+    AddTo(next_, 0);
+    others.AddTo(next_, 0);
+    return next_.Store(key);
+}
+
+/** Counts from an entry on, as AddTo adds. */
+size_t PendingFileInfoNT::CountChars(DWORD first)
 {
     size_t chars = 0;
-    for (DWORD index = 0; index < EntryCount(); ++index) {
+    for (DWORD index = first; index < EntryCount(); ++index) {
         if (!EntryAt(index)->Removed())
-            chars += PairWriter::CharsOf(*EntryAt(index));
+            chars += RenameValue::CharsOf(*EntryAt(index));
     }
     return chars;
 }
 
-void PendingFileInfoNT::AddTo(PairWriter& pairs)
+/** @return whether there was no removed entry among them. */
+bool PendingFileInfoNT::AddTo(RenameValue& pairs, DWORD first)
 {
-    for (DWORD index = 0; index < EntryCount(); ++index) {
-        if (!EntryAt(index)->Removed())
+    bool all = true;
+    for (DWORD index = first; index < EntryCount(); ++index) {
+        if (EntryAt(index)->Removed())
+            all = false;
+        else
             pairs.Add(*EntryAt(index));
     }
+    return all;
 }
 
 } // namespace tarvo

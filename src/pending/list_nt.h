@@ -13,17 +13,30 @@ public:
     DWORD ReceiveInfo() override;
     DWORD UpdateInfo() override;
 
+    /**
+     * As ReceiveInfo, for an addition that UpdateInfo writes at once: the value may then be read there alone, in the
+     * belief that it is as this list has written it last. Between them comes AddEntry, and nothing else.
+     */
+    DWORD ReceiveInfoToAdd();
+
+    /** Releases a list that was not read: to be called when its addition or the reading for it has failed. */
+    void DropBelief();
+
 private:
     DWORD LoadFrom(HKEY key);
     DWORD AddPairs();
     DWORD AddPair(PairReader::Text source, PairReader::Text target, TextNarrower (&texts)[2]);
     DWORD MergeInto(HKEY key);
-    DWORD StoreMerged(HKEY key, PendingFileInfoNT* others);
-    size_t CountChars();
-    void AddTo(PairWriter& pairs);
-    bool ValueIsAsReceived(HKEY key) const;
+    DWORD CorrectBelief(HKEY key, PendingFileInfoNT& additions);
+    DWORD StoreOwn(HKEY key);
+    DWORD StoreMerged(HKEY key, PendingFileInfoNT& others);
+    size_t CountChars(DWORD first);
+    bool AddTo(RenameValue& pairs, DWORD first);
+    void Adopt(RenameValue& value);
 
-    RenameValue value_; // as it was received
+    bool believed_ = false; // received without having been read
+    RenameValue value_;     // as it was received, or written where that was all of it
+    RenameValue next_;      // read again, or being written
 };
 
 } // namespace tarvo

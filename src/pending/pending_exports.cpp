@@ -41,6 +41,11 @@ DWORD LoadOnNeed()
     return List().InfoReceived() ? ERROR_SUCCESS : List().ReceiveInfo();
 }
 
+DWORD LoadToAdd()
+{
+    return List().InfoReceived() ? ERROR_SUCCESS : List().ReceiveInfoToAdd();
+}
+
 DWORD FlushIfImmediate()
 {
     return immediateFlush ? TARVO_UpdatePFOsInfo() : ERROR_SUCCESS;
@@ -50,10 +55,12 @@ DWORD Schedule(const char* source, const char* target)
 {
     if (IsEmpty(source))
         return ERROR_INVALID_PARAMETER;
-    if (const DWORD code = LoadOnNeed())
+    if (const DWORD code = immediateFlush ? LoadToAdd() : LoadOnNeed())
         return code;
-    if (const DWORD code = List().AddEntry(source, target ? target : "", kPlain))
+    if (const DWORD code = List().AddEntry(source, target ? target : "", kPlain)) {
+        List().DropBelief();
         return code;
+    }
     return FlushIfImmediate();
 }
 

@@ -46,9 +46,22 @@ DWORD RenameValue::QueryData(HKEY key, DWORD& bytes, bool& grew)
     return IsTextType(type) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
+/** Reads into the room that an earlier reading or writing has left, if the value is there and fits. */
+bool RenameValue::ReadIntoRoom(HKEY key)
+{
+    auto bytes = static_cast<DWORD>(room_ * sizeof(wchar_t));
+    bool grew = false;
+    if (bytes == 0 || QueryData(key, bytes, grew) != ERROR_SUCCESS)
+        return false;
+    length_ = bytes / sizeof(wchar_t);
+    return length_ != 0;
+}
+
 DWORD RenameValue::Read(HKEY key)
 {
     length_ = 0;
+    if (ReadIntoRoom(key))
+        return ERROR_SUCCESS;
     DWORD code = ERROR_SUCCESS;
     bool grew = true;
     for (int read = 0; grew && read < kMaxReads; ++read) {
@@ -60,10 +73,8 @@ DWORD RenameValue::Read(HKEY key)
         }
         if (code != ERROR_SUCCESS)
             break;
-        if (!data_.Allocate(bytes / sizeof(wchar_t) + 1)) {
-            TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
-            return ERROR_NOT_ENOUGH_MEMORY;
-        }
+        if ((code = Reserve(bytes / sizeof(wchar_t) + 1)) != ERROR_SUCCESS)
+            return code;
         const DWORD room = bytes;
         code = QueryData(key, bytes, grew);
         if (code == ERROR_SUCCESS)
@@ -77,7 +88,40 @@ DWORD RenameValue::Read(HKEY key)
 
 bool RenameValue::SameAs(const RenameValue& other) const
 {
-    return length_ == other.length_ && (length_ == 0 || wmemcmp(data_.Get(), other.data_.Get(), length_) == 0);
+    return length_ == other.length_ &&
+           (length_ == 0 || memcmp(data_.Get(), other.data_.Get(), length_ * sizeof(wchar_t)) == 0);
+}
+
+void RenameValue::Swap(RenameValue& other)
+{
+    RenameValue moved = static_cast<RenameValue&&>(other);
+    other = static_cast<RenameValue&&>(*this);
+    *this = static_cast<RenameValue&&>(moved);
+}
+
+/** Makes room for that many characters in all. What is there stays. */
+DWORD RenameValue::Reserve(size_t room)
+{
+    if (room <= room_)
+        return ERROR_SUCCESS;
+    ExactText data;
+    if (!data.Allocate(room)) {
+        TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    if (length_)
+        memcpy(data.Get(), data_.Get(), length_ * sizeof(wchar_t));
+    data_ = static_cast<ExactText&&>(data);
+    room_ = room;
+    return ERROR_SUCCESS;
+}
+
+DWORD RenameValue::ReserveFurther(size_t chars)
+{
+    const size_t needed = length_ + chars + 1;
+    if (needed <= room_)
+        return ERROR_SUCCESS;
+    return Reserve(needed + needed / 2); // a value that grows pair by pair would else be moved each time
 }
 
 PairReader::Text PairReader::Take()
@@ -122,7 +166,7 @@ bool TextNarrower::NarrowAscii(PairReader::Text wide)
     return true;
 }
 
-DWORD TextNarrower::Narrow(PairReader::Text wide, WideText& exact)
+DWORD TextNarrower::Narrow(PairReader::Text wide, ExactText& exact)
 {
     constexpr size_t kMaxBytesPerChar = 4;
     exact.Reset();
@@ -148,27 +192,18 @@ DWORD TextNarrower::Narrow(PairReader::Text wide, WideText& exact)
     return ERROR_SUCCESS;
 }
 
-size_t PairWriter::CharsOf(const PendingFileEntry& entry)
+size_t RenameValue::CharsOf(const PendingFileEntry& entry)
 {
     return WideLength(entry.Source(), entry.ExactSource()) + 1 + WideLength(entry.Target(), entry.ExactTarget()) + 1;
 }
 
-DWORD PairWriter::Reserve(size_t chars)
-{
-    room_ = chars + 1;
-    if (data_.Allocate(room_))
-        return ERROR_SUCCESS;
-    TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
-    return ERROR_NOT_ENOUGH_MEMORY;
-}
-
-void PairWriter::Add(const PendingFileEntry& entry)
+void RenameValue::Add(const PendingFileEntry& entry)
 {
     AddText(entry.Source(), entry.ExactSource());
     AddText(entry.Target(), entry.ExactTarget());
 }
 
-void PairWriter::AddText(const char* text, const wchar_t* exact)
+void RenameValue::AddText(const char* text, const wchar_t* exact)
 {
     wchar_t* at = data_.Get() + length_;
     if (exact) {
@@ -188,7 +223,7 @@ void PairWriter::AddText(const char* text, const wchar_t* exact)
     length_ += static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text, -1, at, static_cast<int>(room_ - length_)));
 }
 
-DWORD PairWriter::Store(HKEY key)
+DWORD RenameValue::Store(HKEY key)
 {
     data_[length_++] = L'\0';
     const LSTATUS code = RegSetValueExW(key, kValueName, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(data_.Get()),

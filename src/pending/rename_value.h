@@ -11,8 +11,9 @@ inline constexpr char kSessionManagerKey[] = "SYSTEM\\CurrentControlSet\\Control
 inline constexpr char kRenameValueName[] = "PendingFileRenameOperations";
 
 /**
- * The bytes of PendingFileRenameOperations, read in wide characters: other
- * programs put names into the value that the code page cannot hold.
+ * The pairs of PendingFileRenameOperations, in wide characters: other programs
+ * put names into the value that the code page cannot hold. The buffer is kept
+ * from one reading or writing to the next.
  */
 class RenameValue {
 public:
@@ -24,15 +25,35 @@ public:
     DWORD Read(HKEY key);
 
     bool SameAs(const RenameValue& other) const;
+    void Swap(RenameValue& other);
 
     const wchar_t* Begin() const { return data_.Get(); }
     const wchar_t* End() const { return data_.Get() + length_; }
 
+    /** Begins a new value. */
+    void Clear() { length_ = 0; }
+
+    /** Begins with the pairs of the value that Store has written, or with what has been read and is the same. */
+    void Reopen() { --length_; }
+
+    /** Makes room for further pairs of that many characters, counted with CharsOf, and the closing zero. */
+    DWORD ReserveFurther(size_t chars);
+    static size_t CharsOf(const PendingFileEntry& entry);
+
+    void Add(const PendingFileEntry& entry);
+
+    /** Closes the list and stores it (RegSetValueEx). @return 0, or the registry's code */
+    DWORD Store(HKEY key);
+
 private:
+    bool ReadIntoRoom(HKEY key);
     DWORD QuerySize(HKEY key, DWORD& bytes) const;
     DWORD QueryData(HKEY key, DWORD& bytes, bool& grew);
+    DWORD Reserve(size_t room);
+    void AddText(const char* text, const wchar_t* exact);
 
-    WideText data_;
+    ExactText data_;
+    size_t room_ = 0;   // in characters
     size_t length_ = 0; // in characters
 };
 
@@ -63,7 +84,7 @@ private:
  */
 class TextNarrower {
 public:
-    DWORD Narrow(PairReader::Text wide, WideText& exact);
+    DWORD Narrow(PairReader::Text wide, ExactText& exact);
     const char* Get() const { return text_.Get(); }
 
 private:
@@ -72,26 +93,6 @@ private:
 
     HeapText text_;
     size_t room_ = 0;
-};
-
-/** Builds the data to be written, pair by pair. */
-class PairWriter {
-public:
-    /** Sets the room for pairs of that many characters, counted with CharsOf, and the closing zero. */
-    DWORD Reserve(size_t chars);
-    static size_t CharsOf(const PendingFileEntry& entry);
-
-    void Add(const PendingFileEntry& entry);
-
-    /** Closes the list and stores it (RegSetValueEx). @return 0, or the registry's code */
-    DWORD Store(HKEY key);
-
-private:
-    void AddText(const char* text, const wchar_t* exact);
-
-    WideText data_;
-    size_t room_ = 0;
-    size_t length_ = 0;
 };
 
 } // namespace tarvo

@@ -1,34 +1,23 @@
 // Starting programs and looking into libraries.
 
-#include <windows.h>
-
-#include <shellapi.h>
-
 #include "base/command_line.h"
 #include "base/handle.h"
 #include "base/path.h"
 #include "frame/scope.h"
+#include "system/shell_start.h"
 #include "tarvo/tarvo.h"
 
 namespace tarvo {
 namespace {
 
-/** ShellExecute tells success by a value above this one. */
-constexpr INT_PTR kShellSuccess = 32;
-
-INT_PTR Execute(const char* program, const char* arguments)
+DWORD Execute(FunctionScope& scope, const char* commandLine, const char* program, const char* arguments)
 {
-    return reinterpret_cast<INT_PTR>(
-        ShellExecuteA(nullptr, nullptr, program, *arguments ? arguments : nullptr, nullptr, SW_SHOWNORMAL));
-}
-
-DWORD EndExecution(FunctionScope& scope, const char* commandLine, INT_PTR result)
-{
-    if (result > kShellSuccess)
+    const ShellResult result = ShellStart(nullptr, program, *arguments ? arguments : nullptr);
+    if (result.Succeeded())
         return scope.Ok();
     BoundedText<1024> text;
-    text.Format("ShellExecute [%s] failed with code [%d]", commandLine, static_cast<int>(result));
-    return scope.Error(text.Get(), static_cast<DWORD>(result));
+    text.Format("ShellExecute [%s] failed with code [%d]", commandLine, static_cast<int>(result.Value()));
+    return scope.Error(text.Get(), static_cast<DWORD>(result.Value()));
 }
 
 /** A library as the process has it, or loaded for the time of the question. */
@@ -74,13 +63,13 @@ DWORD __cdecl TARVO_ShellExecute(const char* commandLine)
     if (!commandLine)
         return scope.Error(ERROR_INVALID_PARAMETER);
     if (*commandLine != '"')
-        return EndExecution(scope, commandLine, Execute(commandLine, ""));
+        return Execute(scope, commandLine, commandLine, "");
     const CommandLine parts = SplitCommandLine(commandLine);
     PathText program;
     if (!program.Set(parts.program))
         return scope.Error(ERROR_FILENAME_EXCED_RANGE);
     TracePrint(kInfo, 1, "Program executable: [%s], arguments: [%s].\n", program.Get(), parts.arguments);
-    return EndExecution(scope, commandLine, Execute(program.Get(), parts.arguments));
+    return Execute(scope, commandLine, program.Get(), parts.arguments);
 }
 
 BOOL __cdecl TARVO_DllFunctionExist(const char* library, const char* function)

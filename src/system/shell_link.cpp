@@ -2,8 +2,8 @@
 
 #include <shlobj.h>
 
-#include "accounts/wide_text.h"
 #include "base/com_object.h"
+#include "base/wide_text.h"
 #include "frame/scope.h"
 
 namespace tarvo {
@@ -42,8 +42,8 @@ HRESULT SetProperties(IShellLinkA& object, const ShellLink& link)
 
 HRESULT SaveLink(const ShellLink& link, const char* linkFile)
 {
-    const WideText wideFile = AllocWideFromAnsi(linkFile);
-    if (!wideFile)
+    WideText wideFile;
+    if (!wideFile.FromAnsi(linkFile))
         return E_OUTOFMEMORY;
     UniqueCom<IShellLinkA> object;
     HRESULT result = CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkA,

@@ -8,6 +8,7 @@
 #include "uninstall/entries.h"
 #include "uninstall/recording.h"
 #include "uninstall/rollback_log.h"
+#include "uninstall/service_step.h"
 
 namespace tarvo {
 namespace {
@@ -160,6 +161,7 @@ struct StepRow {
 constexpr StepRow kSteps[] = {
     {TARVO_UNINSTALL_REGISTRY, PerformUninstallRegistry},
     {TARVO_UNINSTALL_FILES, PerformUninstallFile},
+    {TARVO_UNINSTALL_SERVICES, PerformUninstallService},
     {TARVO_UNINSTALL_SHORTCUTS, PerformUninstallShortcut},
     {TARVO_UNINSTALL_EVENTS, PerformUninstallEvent},
     {TARVO_UNINSTALL_SHELL_EXTENSION, PerformUninstallShellExtension},

@@ -1,0 +1,106 @@
+; A setup and its uninstaller that do their work through TARVO.DLL.
+;   makensis -DVERSION=1|2 -DLIBRARY=DLL -DBUILT=FOLDER -DPRODUCT=FOLDER -DSETUP=FILE setup.nsi
+; Both take /S (silent) and end with 0, with 3010 when a restart is needed to
+; finish, or with 1. tarvo.nsh tells how to have them write a log.
+Unicode true
+Name "Lantern ${VERSION}"
+OutFile "${SETUP}"
+InstallDir "$PROGRAMFILES\Harbour\Lantern"
+RequestExecutionLevel admin
+Page instfiles
+UninstPage instfiles
+
+!include LogicLib.nsh
+!include tarvo.nsh
+
+!define RESTART_NEEDED 3010
+!define SZ 1
+!define DWORD 4
+!define MULTI_SZ 7
+!define KEY "HKEY_LOCAL_MACHINE\Software\Harbour\Lantern"
+!define PROGRAMS_KEY "HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall\Lantern"
+
+; The uninstall log lies in a folder that is there from the start: the setup's
+; own folders come into being one by one, and each is recorded at once.
+!define UNINSTALL_LOG "$APPDATA\Lantern-uninstall.log"
+!define START_MENU "$SMPROGRAMS\Lantern"
+
+!macro Settings
+  ${Tarvo} TARVO_CreateRegistryEntry "m '${KEY}\\Version|${VERSION}', i ${DWORD}, i 0"
+  ${Tarvo} TARVO_CreateRegistryEntry "m '${KEY}\\Folder|$INSTDIR', i ${SZ}, i 0"
+  ; The list continues behind the locator's own zero.
+  StrCpy $1 "${KEY}\Wicks\\Colours|red"
+  StrLen $2 $1
+  IntOp $2 $2 + 1
+  System::Call "*(&m$2 r1, &m6 'green', &i1 0) p .r3"
+  ${Tarvo} TARVO_CreateRegistryEntry "p r3, i ${MULTI_SZ}, i 0"
+  System::Free $3
+  ${Tarvo} TARVO_CreateRegistryEntryEx "m '${KEY}\\Version|${VERSION}', i ${DWORD}, i 0, i 0"
+  ${Tarvo} TARVO_CreateRegistryEntry "m '${PROGRAMS_KEY}\\DisplayName|Lantern ${VERSION}', i ${SZ}, i 0"
+  ${Tarvo} TARVO_CreateRegistryEntry "m '${PROGRAMS_KEY}\\UninstallString|$INSTDIR\uninstall.exe', i ${SZ}, i 0"
+  ${Say} "settings written in both registry views"
+!macroend
+
+; The library records what it creates itself. These two NSIS makes.
+!macro RecordedByHand
+  WriteUninstaller "$INSTDIR\uninstall.exe"
+  ${Tarvo} TARVO_AddFileToUninstallLog "m '$INSTDIR\uninstall.exe'"
+  CreateShortCut "${START_MENU}\Lantern.lnk" "$INSTDIR\lantern.exe"
+  ${Tarvo} TARVO_AddRollbackEntry "m 'Shortcuts', m '', m '${START_MENU}\Lantern.lnk', i 0"
+!macroend
+
+Section
+  SetShellVarContext all
+  !insertmacro StartTarvo
+  File "/oname=$PLUGINSDIR\lantern.exe" "${BUILT}/lantern-${VERSION}.exe"
+  File "/oname=$PLUGINSDIR\words.txt" "${PRODUCT}/words-${VERSION}.txt"
+
+  ${Tarvo} TARVO_StartUninstallLogging "m '${UNINSTALL_LOG}', m 'Lantern'"
+  ${Tarvo} TARVO_CreateDirectory "m '$INSTDIR\data'"
+  ${Tarvo} TARVO_CreateDirectory "m '${START_MENU}'"
+  ${Install} "$PLUGINSDIR\lantern.exe" "$INSTDIR\lantern.exe"
+  ${Install} "$PLUGINSDIR\words.txt" "$INSTDIR\data\words.txt"
+  ${Tarvo} TARVO_ResetFileReadOnlyAttribute "m '$INSTDIR\data\words.txt', i 1"
+!if ${VERSION} = 1
+  File "/oname=$PLUGINSDIR\wick.dll" "${BUILT}/wick.dll"
+  ${Install} "$PLUGINSDIR\wick.dll" "$INSTDIR\wick.dll"
+!else
+  ${Remove} "$INSTDIR\wick.dll"
+!endif
+  !insertmacro Settings
+  !insertmacro RecordedByHand
+  ${Tarvo} TARVO_SetCustomUnInstallString "m 'Version', m '${VERSION}'"
+  ${Tarvo} TARVO_StopUninstallLogging ""
+
+  ${If} $restart = 0
+    !insertmacro EndTarvo 0
+  ${EndIf}
+  !insertmacro EndTarvo ${RESTART_NEEDED}
+SectionEnd
+
+!macro Replay CODE WHAT
+  ${Tarvo} TARVO_PerformUnInstall "i ${CODE}"
+  ${Say} "${CODE}, ${WHAT}: done"
+!macroend
+
+; Run with _?=FOLDER the uninstaller works in place and is in use itself.
+Section un.install
+  SetShellVarContext all
+  !insertmacro StartTarvo
+  ${Tarvo} TARVO_OpenRollBackLog "m '${UNINSTALL_LOG}'"
+  ${Tarvo} TARVO_GetCustomUnInstallString "m 'Version', m .r1, i ${NSIS_MAX_STRLEN}"
+  ${Say} "the log says: version $1"
+  !insertmacro Replay 200 "registry entries"
+  !insertmacro Replay 201 "files"
+  !insertmacro Replay 203 "shortcuts"
+  ${Tarvo} TARVO_CloseRollBackLog ""
+  ${Remove} "${UNINSTALL_LOG}"
+
+  ; The steps tell of no restart; what the next one will delete does.
+  System::Call "$PLUGINSDIR\TARVO.dll::TARVO_FindSourceInPFOs(m '$INSTDIR', m .r1, i ${NSIS_MAX_STRLEN}) i .r0 ? c"
+  ${If} $0 = 0
+    ${Say} "the rest goes at the restart: $INSTDIR"
+    !insertmacro EndTarvo ${RESTART_NEEDED}
+  ${EndIf}
+  !insertmacro EndTarvo 0
+SectionEnd

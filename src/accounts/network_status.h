@@ -1,0 +1,25 @@
+#pragma once
+
+#include <windows.h>
+
+#include "frame/scope.h"
+
+namespace tarvo {
+
+/** What most inner operations return when an argument cannot be converted. */
+constexpr DWORD kNotConverted = 0xFFFFFFFF;
+
+/** @return the text for a status of the network management functions; "Unspecified error" where there is none. */
+const char* GetNetApiErrorText(DWORD status);
+
+/**
+ * Ends an export with what a network management function returned: Ok for 0, the system's text for a Win32 code,
+ * GetNetApiErrorText for the network's own codes.
+ * @return status
+ */
+DWORD EndNetworkCall(FunctionScope& scope, DWORD status);
+
+/** How a machine's name shows in a trace line. */
+const char* ShownMachine(const char* machine);
+
+} // namespace tarvo

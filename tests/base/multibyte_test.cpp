@@ -1,0 +1,85 @@
+// Texts in the system's own code page: case, and scanning byte by byte.
+
+#include "base/multibyte.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using namespace tarvo;
+
+struct PairCase {
+    const char* left;
+    const char* right;
+    bool equal;
+    bool starts; // left starts with right
+};
+
+const PairCase kPairs[] = {
+    {"", "", true, true},
+    {"a", "", false, true},
+    {"", "a", false, false},
+    {"C:\\Dir\\FILE.txt", "c:\\dir\\file.TXT", true, true},
+    {"C:\\Dir\\FILE.txt", "c:\\dir", false, true},
+    {"C:\\Dir", "c:\\dir\\", false, false},
+    {"a[", "A{", false, false}, // 0x20 apart, but no letters
+    {"@", "`", false, false},
+    {"1", "\x11", false, false},
+};
+
+TEST(Multibyte, ComparesWithoutCase)
+{
+    for (const PairCase& row : kPairs) {
+        SCOPED_TRACE(std::string(row.left) + " and " + row.right);
+        EXPECT_EQ(row.equal, EqualNoCase(row.left, row.right));
+        EXPECT_EQ(row.equal, EqualNoCase(row.right, row.left));
+        EXPECT_EQ(row.starts, StartsWithNoCase(row.left, row.right));
+        EXPECT_EQ(row.equal, HashNoCase(row.left) == HashNoCase(row.right));
+    }
+}
+
+TEST(Multibyte, LettersBeyondAsciiHaveCase)
+{
+    if (GetACP() != 1252)
+        GTEST_SKIP() << "the bytes below are letters of code page 1252, this is " << GetACP();
+    EXPECT_TRUE(EqualNoCase("\xC4\x8C", "\xE4\x9C"));
+    EXPECT_FALSE(EqualNoCase("\xD7", "\xF7")); // signs for times and divided by
+}
+
+TEST(Multibyte, ChangesCaseInPlace)
+{
+    char text[] = "C:\\Dir-1\\x.TXT";
+    LowerInPlace(text);
+    EXPECT_STREQ("c:\\dir-1\\x.txt", text);
+    UpperInPlace(text);
+    EXPECT_STREQ("C:\\DIR-1\\X.TXT", text);
+    char empty[] = "";
+    LowerInPlace(empty);
+    EXPECT_STREQ("", empty);
+}
+
+TEST(Multibyte, FindsSeparators)
+{
+    char text[] = "a/b\\c\\\\d";
+    EXPECT_EQ(text + 1, FindSeparator(text));
+    EXPECT_EQ(text + 3, FindSeparator(text + 2));
+    EXPECT_EQ(text + 5, FindDoubleBackslash(text));
+    EXPECT_EQ(nullptr, FindDoubleBackslash(text + 6));
+    EXPECT_EQ(nullptr, FindSeparator(text + 7));
+    EXPECT_EQ(text + 3, FindChar(text, '\\'));
+    EXPECT_EQ(text + 6, FindLastChar(text, '\\'));
+    EXPECT_EQ(nullptr, FindLastChar(text, 'x'));
+}
+
+TEST(Multibyte, StepsStopAtTheEnd)
+{
+    const char* const text = "a";
+    EXPECT_EQ(text + 1, NextChar(text));
+    EXPECT_EQ(text + 1, NextChar(text + 1));
+    EXPECT_EQ(0U, CountChars(""));
+    EXPECT_EQ(3U, CountChars("abc"));
+}
+
+} // namespace

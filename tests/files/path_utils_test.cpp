@@ -1,0 +1,104 @@
+#include "files/path_utils.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "kit/import_hook.h"
+
+namespace {
+
+using namespace tarvo;
+
+std::string Normalized(std::string path)
+{
+    NormalizePath(path.data());
+    path.resize(strlen(path.c_str()));
+    return path;
+}
+
+std::string Repeat(const char* text, size_t length)
+{
+    std::string result;
+    while (result.size() < length)
+        result += text;
+    return result;
+}
+
+TEST(PathUtils, PathsAreNormalised)
+{
+    const std::pair<const char*, const char*> kCases[] = {
+        {R"(C:\a\\b\..\c\.\d\)", R"(C:\a\c\d)"},
+        {R"(C:\)", R"(C:)"},
+        {R"(C:)", R"(C:)"},
+        {R"(\\)", R"(\\)"},
+        {"", ""},
+        {R"(\\server\share\x\..\y)", R"(\\server\share\y)"},
+        {R"(\\\\a)", R"(\\\a)"}, // the first two are never looked at
+        {R"(\??\C:\Temp\..\x)", R"(\??\C:\x)"},
+        {R"(!\??\C:\dir\)", R"(!\??\C:\dir)"},
+        {R"(C:\..\x)", R"(C:\x)"},
+        {R"(C:\a\b\..\..\c)", R"(C:\c)"},
+        {R"(C:\a\..)", R"(C:)"},
+        {R"(C:\a\..\)", R"(C:)"},
+        {R"(C:\a\..\..\..\b)", R"(C:\b)"},
+        {R"(C:a\..\b)", R"(C:a\b)"}, // no component before it but the one at the drive
+        {R"(C:..\b)", R"(C:..\b)"},
+        {R"(C:\a\.\..\b)", R"(C:\a\b)"}, // a current reference counts as a component
+        {R"(C:\.\.\a\.)", R"(C:\a)"},
+        {R"(C:\a\...\b)", R"(C:\a\...\b)"},
+        {R"(C:\a\.b\..c\d.\e..\f)", R"(C:\a\.b\..c\d.\e..\f)"},
+        {R"(C:\a\..b\..\c)", R"(C:\a\c)"},
+        {R"(C:\a//b/../c)", R"(C:\a//b/../c)"},
+    };
+    for (const auto& [path, expected] : kCases)
+        EXPECT_EQ(expected, Normalized(path)) << path;
+    NormalizePath(nullptr);
+}
+
+TEST(PathUtils, AMillionCharactersTakeNoLonger)
+{
+    // What is searched from the start again for each "\.." would run into the time limit of a test.
+    constexpr size_t kLong = 1000000;
+    EXPECT_EQ("C:", Normalized("C:" + Repeat("\\..", kLong)));
+    EXPECT_EQ("C:", Normalized("C:" + Repeat("\\a", kLong) + Repeat("\\..", 2 * kLong)));
+    EXPECT_EQ("C:\\b", Normalized("C:" + Repeat("\\a\\..", kLong) + "\\b"));
+    EXPECT_EQ("C:", Normalized("C:" + Repeat("\\.", kLong)));
+    EXPECT_EQ("C:", Normalized("C:" + Repeat("\\", kLong)));
+    const std::string names = "C:" + Repeat("\\a\\...\\.b", kLong);
+    EXPECT_EQ(names, Normalized(names));
+}
+
+TEST(PathUtils, FailedLookMeansMissingOrUnknown)
+{
+    constexpr DWORD kMissing[] = {2, 3, 15, 18, 53, 67, 161, 206};
+    constexpr DWORD kUnknown[] = {1, 5, 21, 32, 54, 123, 1326};
+    kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA, GetModuleHandleA(nullptr));
+    for (const DWORD code : kMissing) {
+        look.FailAll(code, INVALID_FILE_ATTRIBUTES);
+        EXPECT_EQ(0, IsPathExist("C:\\x", 1)) << code;
+    }
+    for (const DWORD code : kUnknown) {
+        look.FailAll(code, INVALID_FILE_ATTRIBUTES);
+        EXPECT_EQ(0, IsPathExist("C:\\x", 0)) << code;
+        EXPECT_EQ(7, IsPathExist("C:\\x", 7)) << code;
+        EXPECT_EQ(0, IsPathFile("C:\\x"));
+        EXPECT_EQ(0, IsPathDirectory("C:\\x"));
+    }
+}
+
+TEST(PathUtils, FilesAndDirectoriesAreToldApart)
+{
+    kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA, GetModuleHandleA(nullptr));
+    for (const DWORD attributes : {0x20UL, 0x21UL, 0x10UL, 0x37UL}) {
+        look.Answer([&](const char*) { return attributes; });
+        EXPECT_EQ(1, IsPathExist("C:\\x", 0));
+        EXPECT_EQ(attributes & 0x10 ? 0 : 1, IsPathFile("C:\\x"));
+        EXPECT_EQ(static_cast<int>(attributes & 0x10), IsPathDirectory("C:\\x"));
+    }
+    look.FailNth(2, ERROR_FILE_NOT_FOUND, INVALID_FILE_ATTRIBUTES); // gone at the second look
+    EXPECT_EQ(0, IsPathFile("C:\\x"));
+}
+
+} // namespace

@@ -1,0 +1,123 @@
+// The text of the last failure, and the exports that only make texts.
+
+#include "kit/kit.h"
+
+namespace {
+
+using Messages = kit::LibraryTest;
+
+/** A buffer that shows what an export writes into it, and behind it. */
+class Canary {
+public:
+    explicit Canary(size_t size) : bytes_(size + 16, '\x7F'), size_(size) {}
+    char* Get() { return bytes_.data(); }
+    std::string Text() const { return bytes_.c_str(); }
+    bool IsIntactBehind(size_t used) const { return bytes_.find_first_not_of('\x7F', used) == std::string::npos; }
+    bool IsIntact() const { return IsIntactBehind(size_); }
+
+private:
+    std::string bytes_;
+    size_t size_;
+};
+
+TEST_F(Messages, LastFailureIsEmptyAtFirst)
+{
+    EXPECT_EQ("", kit::LastMessage());
+}
+
+TEST_F(Messages, LastFailureOutlivesSuccessButNotTheNextFailure)
+{
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, TARVO_OpenRollBackLog(Scratch().Path("none").c_str()));
+    EXPECT_EQ(0U, TARVO_GetString(1, nullptr, 0));
+    EXPECT_EQ(kit::SystemText(ERROR_FILE_NOT_FOUND), kit::LastMessage());
+    EXPECT_EQ(std::string::npos, kit::LastMessage().find_first_of("\r\n"));
+    EXPECT_EQ(1U, TARVO_SetLanguage());
+    EXPECT_EQ(kit::SystemText(ERROR_INVALID_FUNCTION), kit::LastMessage());
+    EXPECT_EQ(DWORD(-2), TARVO_CloseRollBackLog());
+    EXPECT_EQ("Rollback is not opened", kit::LastMessage());
+}
+
+TEST_F(Messages, TextOfTheSystemIsAskedForOnOneLine)
+{
+    kit::ImportHook format("FormatMessageA", &FormatMessageA);
+    format.Answer(
+        [&](DWORD flags, const void* source, DWORD code, DWORD language, char* buffer, DWORD size, va_list* arguments) {
+            EXPECT_EQ(0x13FFU, flags);
+            EXPECT_EQ(1U, code);
+            EXPECT_EQ(0U, language);
+            return format.Original()(flags, source, code, language, buffer, size, arguments);
+        });
+    TARVO_SetLanguage();
+    EXPECT_EQ(1, format.Calls());
+    format.FailAll(ERROR_NOT_ENOUGH_MEMORY, 0);
+    TARVO_SetLanguage();
+    EXPECT_EQ("Unspecified error", kit::LastMessage());
+}
+
+TEST_F(Messages, TextOf2000BytesIsCutTo1023)
+{
+    kit::ImportHook format("FormatMessageA", &FormatMessageA);
+    format.Answer([](DWORD, const void*, DWORD, DWORD, char* buffer, DWORD, va_list*) {
+        auto* const text = static_cast<char*>(LocalAlloc(LPTR, 2001));
+        memset(text, 'm', 2000);
+        memcpy(buffer, &text, sizeof text);
+        return DWORD{2000};
+    });
+    TARVO_SetLanguage();
+    Canary buffer(5000);
+    TARVO_GetLastErrorMessage(buffer.Get(), 5000);
+    EXPECT_EQ(std::string(1023, 'm'), buffer.Text());
+}
+
+TEST_F(Messages, LastFailureFitsTheCallersBuffer)
+{
+    TARVO_SetLanguage();
+    const std::string whole = kit::SystemText(1);
+    for (const size_t size : {size_t{1}, size_t{10}, whole.size(), whole.size() + 1, size_t{1024}, size_t{5000}}) {
+        Canary buffer(size);
+        TARVO_GetLastErrorMessage(buffer.Get(), static_cast<int>(size));
+        EXPECT_EQ(whole.substr(0, size - 1), buffer.Text()) << size;
+        EXPECT_TRUE(buffer.IsIntact()) << size;
+    }
+}
+
+TEST_F(Messages, BufferWithoutRoomIsLeftAlone)
+{
+    TARVO_SetLanguage();
+    const kit::TraceLog log(Scratch().Path("log"));
+    Canary buffer(100);
+    for (const int size : {0, -1, INT_MIN})
+        TARVO_GetLastErrorMessage(buffer.Get(), size);
+    TARVO_GetLastErrorMessage(nullptr, 100);
+    EXPECT_TRUE(buffer.IsIntactBehind(0));
+    EXPECT_EQ(4U, log.Count("TARVO_GetLastErrorMessage: invalid argument"));
+}
+
+TEST_F(Messages, FetchingTheFailureIsTracedWithItsArguments)
+{
+    const kit::TraceLog log(Scratch().Path("log"));
+    char buffer[10];
+    TARVO_GetLastErrorMessage(buffer, sizeof buffer);
+    char title[100];
+    sprintf(title, "TARVO_GetLastErrorMessage(0x%08X,10)", reinterpret_cast<unsigned>(buffer));
+    const std::vector<std::string> expected = {std::string("{ ") + title, std::string("} ") + title};
+    EXPECT_EQ(expected, log.Indented());
+}
+
+TEST_F(Messages, PlaceholderFitsTheCallersBuffer)
+{
+    const std::string whole = "<Insert error string here, code = -5>";
+    for (const size_t size : {size_t{1}, size_t{2}, whole.size(), whole.size() + 1, size_t{100}}) {
+        Canary buffer(size);
+        EXPECT_EQ(0U, TARVO_GetString(-5, buffer.Get(), static_cast<int>(size)));
+        EXPECT_EQ(whole.substr(0, size - 1), buffer.Text()) << size;
+        EXPECT_TRUE(buffer.IsIntact()) << size;
+    }
+    Canary buffer(10);
+    for (const int size : {0, -1})
+        EXPECT_EQ(0U, TARVO_GetString(5, buffer.Get(), size));
+    EXPECT_EQ(0U, TARVO_GetString(5, nullptr, 10));
+    EXPECT_TRUE(buffer.IsIntactBehind(0));
+}
+
+} // namespace

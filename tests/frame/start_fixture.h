@@ -1,0 +1,49 @@
+#pragma once
+
+#include "kit/kit.h"
+
+/** The classic start with the Windows directory and the host program's folder moved into the scratch folder. */
+class StartTest : public kit::LibraryTest {
+protected:
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        windows_.emplace("GetWindowsDirectoryA", &GetWindowsDirectoryA);
+        windows_->Answer([this](char* path, UINT size) { return Answer(Scratch().Path(), path, size); });
+        program_.emplace("GetModuleFileNameA", &GetModuleFileNameA);
+        program_->Answer([this](HMODULE module, char* path, DWORD size) {
+            return module ? program_->Original()(module, path, size) : Answer(Scratch().Path("setup.exe"), path, size);
+        });
+    }
+
+    void TearDown() override
+    {
+        program_.reset();
+        windows_.reset();
+        LibraryTest::TearDown();
+    }
+
+    std::string LogPath() { return Scratch().Path("TARVO.log"); }
+    std::vector<std::string> Log() { return kit::SplitLines(kit::ReadFile(LogPath())); }
+    void WriteConfig(std::string_view content) { Scratch().Make("TARVO.cfg", content); }
+
+    static size_t CountBanners(const std::string& path)
+    {
+        const std::string log = kit::FileExists(path) ? kit::ReadFile(path) : "";
+        size_t count = 0;
+        for (size_t at = 0; (at = log.find("TARVO.DLL version 10.0.176\r\n", at)) != std::string::npos; ++at)
+            ++count;
+        return count;
+    }
+
+private:
+    static UINT Answer(const std::string& text, char* path, DWORD size)
+    {
+        if (size > text.size())
+            strcpy(path, text.c_str());
+        return static_cast<UINT>(text.size());
+    }
+
+    std::optional<kit::ImportHook<decltype(&GetWindowsDirectoryA)>> windows_;
+    std::optional<kit::ImportHook<decltype(&GetModuleFileNameA)>> program_;
+};

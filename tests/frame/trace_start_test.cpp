@@ -1,0 +1,210 @@
+// The three ways to start the log: which file, when, and what it begins with.
+
+#include "frame/start_fixture.h"
+
+#include <regex>
+
+namespace {
+
+constexpr DWORD kLimit = 10 * 1024 * 1024;
+
+class TraceStart : public StartTest {
+protected:
+    void MakeLogOfSize(DWORD size)
+    {
+        const HANDLE file = CreateFileA(LogPath().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        SetFilePointer(file, static_cast<LONG>(size), nullptr, FILE_BEGIN);
+        SetEndOfFile(file);
+        CloseHandle(file);
+    }
+
+    size_t LogSize() { return kit::ReadFile(LogPath()).size(); }
+};
+
+TEST_F(TraceStart, NothingIsWrittenBefore)
+{
+    kit::ImportHook create("CreateFileA", &CreateFileA);
+    EXPECT_EQ(1U, TARVO_SetLanguage());
+    EXPECT_EQ(0, create.Calls());
+}
+
+TEST_F(TraceStart, WithoutConfigLinesCarrySeverityAndTime)
+{
+    TARVO_StartDebugLogging();
+    TARVO_SetLanguage();
+    const auto log = Log();
+    ASSERT_EQ(6U, log.size());
+    const std::string columns = R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d\t)";
+    const std::string expected[] = {"0\t" + columns, // the banner's first line is empty
+                                    "\\*{30}",
+                                    "0\t" + columns + "TARVO\\.DLL version 10\\.0\\.176",
+                                    "1\t" + columns + "\\{ TARVO_SetLanguage",
+                                    "3\t" + columns + "   Function TARVO_SetLanguage error: \\[1\\] \\(.+\\)",
+                                    "1\t" + columns + "\\} TARVO_SetLanguage"};
+    for (size_t index = 0; index < log.size(); ++index)
+        EXPECT_TRUE(std::regex_match(log[index], std::regex(expected[index]))) << log[index];
+}
+
+TEST_F(TraceStart, HappensOnce)
+{
+    for (const auto start : {&TARVO_StartDebugLogging, &TARVO_StartDebugLogging2, &TARVO_StartDebugLogging})
+        start();
+    EXPECT_EQ(1U, CountBanners(LogPath()));
+}
+
+TEST_F(TraceStart, ADeclaredSetupStartsItByTheSecondExportAlone)
+{
+    TARVO_LoadedInSetup();
+    TARVO_StartDebugLogging();
+    EXPECT_FALSE(kit::FileExists(LogPath()));
+    TARVO_StartDebugLogging2();
+    EXPECT_EQ(1U, CountBanners(LogPath()));
+}
+
+TEST_F(TraceStart, LogAtTheSizeLimitIsContinued)
+{
+    MakeLogOfSize(kLimit);
+    TARVO_StartDebugLogging();
+    EXPECT_LT(kLimit, LogSize());
+}
+
+TEST_F(TraceStart, LogAboveTheSizeLimitIsDeleted)
+{
+    MakeLogOfSize(kLimit + 1);
+    TARVO_StartDebugLogging();
+    EXPECT_GT(1000U, LogSize());
+    EXPECT_EQ(1U, CountBanners(LogPath()));
+}
+
+TEST_F(TraceStart, LogThatCannotBeOpenedIsNoError)
+{
+    CreateDirectoryA(LogPath().c_str(), nullptr);
+    TARVO_StartDebugLogging();
+    EXPECT_EQ(1U, TARVO_SetLanguage());
+}
+
+/** The fixture without its moved folders. */
+using TraceStartPlaces = kit::LibraryTest;
+
+TEST_F(TraceStartPlaces, LogIsInTheWindowsDirectoryConfigBesideTheProgram)
+{
+    char windows[MAX_PATH] = {};
+    GetWindowsDirectoryA(windows, sizeof windows);
+    const std::string log = std::string(windows) + "\\TARVO.log";
+    const std::string config = kit::ProgramFolder() + "\\TARVO.cfg";
+    const bool logWasThere = kit::FileExists(log);
+    const size_t before = logWasThere ? kit::ReadFile(log).size() : 0;
+    kit::WriteFile(config, "nid\n");
+    TARVO_StartDebugLogging();
+    EXPECT_TRUE(kit::ReadFile(log).substr(before).starts_with("ts \r\n0\t\r\n***"));
+    Reload(); // closes the configuration file
+    EXPECT_TRUE(DeleteFileA(config.c_str()));
+    if (!logWasThere) {
+        EXPECT_TRUE(DeleteFileA(log.c_str()));
+    }
+}
+
+class TraceRunTimeStart : public StartTest {
+protected:
+    void Start(const std::string& name, DWORD overwrite)
+    {
+        TARVO_StartDebugLoggingRunTime(Scratch().Path(name).c_str(), overwrite);
+    }
+};
+
+TEST_F(TraceRunTimeStart, MakesTheFoldersOfTheLog)
+{
+    Start("a\\b\\my.txt", 0);
+    EXPECT_EQ(1U, CountBanners(Scratch().Path("a\\b\\my.txt")));
+}
+
+TEST_F(TraceRunTimeStart, FolderGetsItsOwnLog)
+{
+    Start("folder\\", 0);
+    EXPECT_EQ(1U, CountBanners(Scratch().Path("folder\\tarvo.log")));
+}
+
+TEST_F(TraceRunTimeStart, ExtensionAloneIsAFileName)
+{
+    Start(".txt", 0);
+    EXPECT_EQ(1U, CountBanners(Scratch().Path(".txt")));
+}
+
+TEST_F(TraceRunTimeStart, BareNameIsBesideTheProgram)
+{
+    TARVO_StartDebugLoggingRunTime("bare.log", 0);
+    EXPECT_EQ(1U, CountBanners(Scratch().Path("bare.log")));
+}
+
+TEST_F(TraceRunTimeStart, NoPathIsTheCommonFolder)
+{
+    kit::ImportHook folder("SHGetFolderPathA", reinterpret_cast<HRESULT(WINAPI*)(HWND, int, HANDLE, DWORD, char*)>(0));
+    folder.Answer([this](HWND, int number, HANDLE, DWORD, char* path) {
+        EXPECT_EQ(0x23, number & 0xFF);
+        strcpy(path, Scratch().Path("common").c_str());
+        return S_OK;
+    });
+    const std::string log = Scratch().Path("common\\Velmora\\Logs\\Setup\\tarvo.log");
+    TARVO_StartDebugLoggingRunTime(nullptr, 0);
+    EXPECT_EQ(1U, CountBanners(log));
+    TARVO_StartDebugLoggingRunTime("", 0);
+    EXPECT_EQ(2U, CountBanners(log));
+}
+
+TEST_F(TraceRunTimeStart, OverwriteEmptiesAFileAndZeroAddsToIt)
+{
+    Scratch().Make("log", "before");
+    Start("log", 0);
+    EXPECT_TRUE(kit::ReadFile(Scratch().Path("log")).starts_with("before0\t"));
+    Start("other", 0);
+    Start("log", 1);
+    EXPECT_TRUE(kit::ReadFile(Scratch().Path("log")).starts_with("0\t"));
+}
+
+TEST_F(TraceRunTimeStart, TheOpenLogGoesOnWithAnotherBanner)
+{
+    Start("log", 1);
+    TARVO_SetLanguage();
+    Start("log", 1);
+    EXPECT_EQ(2U, CountBanners(Scratch().Path("log")));
+}
+
+TEST_F(TraceRunTimeStart, SwitchesFiles)
+{
+    Start("one", 0);
+    Start("two", 0);
+    const std::string one = kit::ReadFile(Scratch().Path("one"));
+    TARVO_SetLanguage();
+    EXPECT_EQ(one, kit::ReadFile(Scratch().Path("one")));
+    EXPECT_NE(std::string::npos, kit::ReadFile(Scratch().Path("two")).find("{ TARVO_SetLanguage"));
+}
+
+TEST_F(TraceRunTimeStart, ResetsWhatTheConfigSelected)
+{
+    WriteConfig("tl = -1\n");
+    TARVO_StartDebugLogging();
+    const kit::TraceLog log(Scratch().Path("log"));
+    TARVO_SetLanguage();
+    EXPECT_EQ(3U, log.Lines().size());
+}
+
+TEST_F(TraceRunTimeStart, PathsWithoutRoomAreRefused)
+{
+    const kit::TraceLog log(Scratch().Path("log"));
+    for (const size_t length : {259, 260, 300, 5000, 1000000}) {
+        const std::string longName(length, 'x');
+        TARVO_StartDebugLoggingRunTime(longName.c_str(), 0);
+        TARVO_StartDebugLoggingRunTime((longName + "\\").c_str(), 0);
+        TARVO_StartDebugLoggingRunTime((Scratch().Path() + "\\" + longName).c_str(), 0);
+    }
+    EXPECT_EQ(1U, TARVO_SetLanguage());
+}
+
+TEST_F(TraceRunTimeStart, FolderInTheWayOfTheLogIsNoError)
+{
+    CreateDirectoryA(Scratch().Path("taken").c_str(), nullptr);
+    Start("taken", 0);
+    EXPECT_EQ(1U, TARVO_SetLanguage());
+}
+
+} // namespace

@@ -1,0 +1,20 @@
+# Makes from the DEF file an assembler file OUTPUT: per export a function that
+# jumps through a slot, and a table of names and slots for kit::Library to fill.
+file(STRINGS ${DEF} lines REGEX "^ +[^; ]")
+set(stubs "")
+set(slots "")
+set(table "")
+set(texts "")
+set(index 0)
+foreach(line IN LISTS lines)
+    string(REGEX MATCHALL "[^\" =]+" names "${line}")
+    list(GET names 0 exported)
+    list(GET names -1 internal)
+    string(APPEND stubs "    .globl \"_${internal}\"\n\"_${internal}\":\n    jmp *slot${index}\n")
+    string(APPEND slots "slot${index}: .long _KitNoLibrary\n")
+    string(APPEND table "    .long name${index}, slot${index}\n")
+    string(APPEND texts "name${index}: .asciz \"${exported}\"\n")
+    math(EXPR index "${index} + 1")
+endforeach()
+file(WRITE ${OUTPUT} "    .text\n${stubs}    .data\n${slots}"
+    "    .globl _kitExports\n_kitExports:\n${table}    .long 0, 0\n${texts}")

@@ -1,0 +1,222 @@
+#include "kit/guarded_heap.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <map>
+
+namespace kit {
+namespace {
+
+constexpr size_t kPage = 4096;
+constexpr unsigned char kFresh = 0xCD;
+constexpr unsigned char kFront = 0xFD;
+
+struct Block {
+    char* page; // its first
+    size_t size;
+    unsigned number; // of its allocation, from 1
+};
+
+struct Originals {
+    decltype(&malloc) allocate = nullptr;
+    decltype(&realloc) reallocate = nullptr;
+    decltype(&free) release = nullptr;
+};
+
+[[noreturn]] void Die(const char* what, const void* block)
+{
+    fprintf(stderr, "guarded heap: %s, block %p\n", what, block);
+    fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), 3);
+    __builtin_trap();
+}
+
+/** One region for the whole run: a reservation a block would use up the address space. */
+class Region {
+public:
+    /** @return the first of pages accessible pages with an inaccessible one behind them. */
+    char* Take(size_t pages)
+    {
+        if (!begin_)
+            Reserve();
+        const size_t bytes = (pages + 1) * kPage;
+        char* place = next_;
+        if (bytes <= static_cast<size_t>(end_ - next_))
+            next_ += bytes;
+        else
+            place = TakeFreed(pages);
+        if (!VirtualAlloc(place, pages * kPage, MEM_COMMIT, PAGE_READWRITE))
+            Die("no memory to commit", place);
+        return place;
+    }
+
+    void Return(char* page, size_t pages)
+    {
+        VirtualFree(page, pages * kPage, MEM_DECOMMIT);
+        freed_[pages].push_back(page);
+    }
+
+    bool Contains(const void* at) const { return at >= begin_ && at < end_; }
+
+private:
+    void Reserve()
+    {
+        size_t size = size_t{512} << 20;
+        while (!(begin_ = static_cast<char*>(VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS))))
+            size /= 2;
+        next_ = begin_;
+        end_ = begin_ + size;
+    }
+
+    /** The longest freed place comes first, so that others stay inaccessible. */
+    char* TakeFreed(size_t pages)
+    {
+        const auto found = freed_.find(pages);
+        if (found == freed_.end() || found->second.empty())
+            Die("the region is used up", nullptr);
+        char* const page = found->second.front();
+        found->second.pop_front();
+        return page;
+    }
+
+    char* begin_ = nullptr;
+    char* next_ = nullptr;
+    char* end_ = nullptr;
+    std::map<size_t, std::deque<char*>> freed_;
+};
+
+Region region;
+std::map<void*, Block> live;
+Originals originals;
+unsigned allocations = 0;
+unsigned failing = 0; // number of the allocation to fail; 0 for none
+
+size_t PagesFor(size_t size)
+{
+    return size <= kPage ? 1 : (size + kPage - 1) / kPage;
+}
+
+void* __cdecl Allocate(size_t size)
+{
+    if (++allocations == failing || size > (size_t{256} << 20))
+        return nullptr;
+    const size_t pages = PagesFor(size);
+    char* const page = region.Take(pages);
+    char* const block = page + pages * kPage - size;
+    memset(page, kFront, static_cast<size_t>(block - page));
+    memset(block, kFresh, size);
+    live[block] = {page, size, allocations};
+    return block;
+}
+
+void __cdecl Release(void* block)
+{
+    if (!block)
+        return;
+    if (!region.Contains(block))
+        return originals.release(block);
+    const auto found = live.find(block);
+    if (found == live.end())
+        Die("freed twice, or never allocated", block);
+    const Block freed = found->second;
+    for (const char* at = freed.page; at != block; ++at) {
+        if (static_cast<unsigned char>(*at) != kFront)
+            Die("written in front of", block);
+    }
+    live.erase(found);
+    region.Return(freed.page, PagesFor(freed.size));
+}
+
+void* __cdecl AllocateZeroed(size_t count, size_t size)
+{
+    if (size && count > SIZE_MAX / size)
+        return nullptr;
+    void* const block = Allocate(count * size);
+    return block ? memset(block, 0, count * size) : nullptr;
+}
+
+void* __cdecl Reallocate(void* block, size_t size)
+{
+    if (!block)
+        return Allocate(size);
+    if (!region.Contains(block))
+        return originals.reallocate(block, size);
+    if (size == 0) {
+        Release(block);
+        return nullptr;
+    }
+    const auto found = live.find(block);
+    if (found == live.end())
+        Die("reallocated, but not alive", block);
+    const size_t kept = found->second.size < size ? found->second.size : size;
+    void* const moved = Allocate(size);
+    if (!moved)
+        return nullptr;
+    memcpy(moved, block, kept);
+    Release(block);
+    return moved;
+}
+
+} // namespace
+
+GuardedHeap::GuardedHeap(HMODULE module)
+{
+    allocations = failing = 0;
+    originals = {&malloc, &realloc, &free}; // the C library is one for the process
+    Patch(module, "malloc", reinterpret_cast<void*>(&Allocate));
+    Patch(module, "calloc", reinterpret_cast<void*>(&AllocateZeroed));
+    Patch(module, "realloc", reinterpret_cast<void*>(&Reallocate));
+    Patch(module, "free", reinterpret_cast<void*>(&Release));
+}
+
+GuardedHeap::~GuardedHeap()
+{
+    Forget();
+}
+
+void GuardedHeap::Patch(HMODULE module, const char* function, void* replacement)
+{
+    if (Imports(module, function))
+        patches_.push_back(std::make_unique<ImportPatch>(module, nullptr, function, replacement));
+}
+
+void GuardedHeap::FailAllocation(unsigned n)
+{
+    failing = n ? allocations + n : 0;
+}
+
+bool GuardedHeap::FailureHappened() const
+{
+    return failing && allocations >= failing;
+}
+
+unsigned GuardedHeap::Allocations() const
+{
+    return allocations;
+}
+
+size_t GuardedHeap::LiveBlocks() const
+{
+    return live.size();
+}
+
+std::string GuardedHeap::Leaks() const
+{
+    std::string report;
+    for (const auto& [address, block] : live)
+        report += "  " + std::to_string(block.size) + " bytes, allocation " + std::to_string(block.number) + "\n";
+    return report;
+}
+
+void GuardedHeap::Forget()
+{
+    while (!live.empty()) {
+        const auto first = live.begin();
+        region.Return(first->second.page, PagesFor(first->second.size));
+        live.erase(first);
+    }
+}
+
+} // namespace kit

@@ -1,0 +1,94 @@
+#include "kit/library.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+
+#include "kit/import_hook.h"
+#include "kit/scratch.h"
+
+extern "C" {
+
+struct KitExport {
+    const char* name;
+    void** slot;
+};
+
+/** Made from the .def file; ends with an empty row. */
+extern KitExport kitExports[];
+
+/** Where each export leads while no library is loaded. */
+[[noreturn]] void KitNoLibrary()
+{
+    fputs("An export was called while TARVO.DLL was not loaded.\n", stderr);
+    fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), 3);
+    __builtin_trap();
+}
+}
+
+namespace kit {
+namespace {
+
+void FillSlots(HMODULE module)
+{
+    for (KitExport* row = kitExports; row->name; ++row) {
+        *row->slot = reinterpret_cast<void*>(GetProcAddress(module, row->name));
+        if (!*row->slot)
+            throw std::runtime_error(std::string("TARVO.DLL does not export ") + row->name);
+    }
+}
+
+void ClearSlots()
+{
+    for (KitExport* row = kitExports; row->name; ++row)
+        *row->slot = reinterpret_cast<void*>(&KitNoLibrary);
+}
+
+} // namespace
+
+std::string Library::Path()
+{
+    std::string folder = ProgramFolder();
+    for (int level = 0; level < 3 && !folder.empty(); ++level) {
+        if (FileExists(folder + "\\TARVO.DLL"))
+            return folder + "\\TARVO.DLL";
+        const size_t end = folder.rfind('\\');
+        folder.resize(end == std::string::npos ? 0 : end);
+    }
+    throw std::runtime_error("TARVO.DLL lies neither beside " + ProgramFolder() + " nor above");
+}
+
+std::vector<std::string> Library::ListedExports()
+{
+    std::vector<std::string> names;
+    for (const KitExport* row = kitExports; row->name; ++row)
+        names.emplace_back(row->name);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Library::Library() : module_(LoadLibraryA(Path().c_str()))
+{
+    if (!module_)
+        throw std::runtime_error("loading " + Path() + " failed with " + std::to_string(GetLastError()));
+    FillSlots(module_);
+    SetHookedModule(module_);
+}
+
+Library::~Library()
+{
+    if (module_)
+        Unload();
+}
+
+bool Library::Unload()
+{
+    ClearSlots();
+    SetHookedModule(nullptr);
+    FreeLibrary(module_);
+    module_ = nullptr;
+    return GetModuleHandleA("TARVO.DLL") == nullptr;
+}
+
+} // namespace kit

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace kit {
+
+/** The Session Manager's value PendingFileRenameOperations, read and written by plain Win32. */
+class PendingValue {
+public:
+    using Pairs = std::vector<std::pair<std::string, std::string>>; // stored forms; "" as target deletes
+    struct Raw {
+        DWORD type;
+        std::vector<BYTE> bytes; // UTF-16
+        friend bool operator==(const Raw&, const Raw&) = default;
+    };
+
+    /** @return the pairs; none if there is no value. Without a whole pair at the end, its target is "<missing>". */
+    static Pairs Read();
+    static std::optional<Raw> ReadRaw();
+
+    static void Write(const Pairs& pairs);
+    static void WriteRaw(const Raw& raw);
+    /** Writes UTF-16 units as they are, without adding zeros. */
+    static void WriteRaw(std::wstring_view units, DWORD type = REG_MULTI_SZ);
+    static void Remove();
+};
+
+/** Puts the value back as it was when this was made. */
+class PendingValueKeeper {
+public:
+    PendingValueKeeper() : before_(PendingValue::ReadRaw()) {}
+    ~PendingValueKeeper();
+    PendingValueKeeper(const PendingValueKeeper&) = delete;
+    PendingValueKeeper& operator=(const PendingValueKeeper&) = delete;
+
+private:
+    std::optional<PendingValue::Raw> before_;
+};
+
+} // namespace kit

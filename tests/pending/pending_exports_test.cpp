@@ -1,0 +1,395 @@
+// The pending list as callers see it; what lies in the system's value is the judge.
+
+#include "kit/kit.h"
+
+#include <algorithm>
+
+namespace {
+
+using kit::PendingValue;
+using Pairs = PendingValue::Pairs;
+using PendingExports = kit::LibraryTest;
+
+struct PendingCase {
+    const char* fact;
+    Pairs before;
+    DWORD (*call)();
+    Pairs after;
+};
+
+// clang-format off
+const Pairs kThree = {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}, {R"(\??\C:\T\a)", ""}, {R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}};
+
+const PendingCase kScheduling[] = {
+    {"local paths get their prefixes", {},
+     [] { return TARVO_RenameAfterReboot(R"(C:\T\a.dll)", R"(C:\P\A.dll)"); },
+     {{R"(\??\C:\T\a.dll)", R"(!\??\C:\P\A.dll)"}}},
+    {"UNC paths get theirs", {},
+     [] { return TARVO_RenameAfterReboot(R"(\\srv\share\b.txt)", R"(\\srv\share\c.txt)"); },
+     {{R"(\??\UNC\srv\share\b.txt)", R"(!\??\UNC\srv\share\c.txt)"}}},
+    {"one leading backslash makes no UNC path", {},
+     [] { return TARVO_RenameAfterReboot(R"(\one\x)", R"(\two\x)"); },
+     {{R"(\??\one\x)", R"(!\??\two\x)"}}},
+    {"no target means deletion", {},
+     [] { return TARVO_RenameAfterReboot(R"(C:\x.tmp)", nullptr); },
+     {{R"(\??\C:\x.tmp)", ""}}},
+    {"an empty target too", {},
+     [] { return TARVO_RenameAfterReboot(R"(C:\x.tmp)", ""); },
+     {{R"(\??\C:\x.tmp)", ""}}},
+    {"paths are normalised", {},
+     [] { return TARVO_RenameAfterReboot(R"(C:\a\\b\..\c\.\d\)", R"(C:\x\.\y\..\z\)"); },
+     {{R"(\??\C:\a\c\d)", R"(!\??\C:\x\z)"}}},
+    {"an equal pair is added again", {{R"(\??\C:\a)", R"(!\??\C:\b)"}},
+     [] { return TARVO_RenameAfterReboot(R"(C:\a)", R"(C:\b)"); },
+     {{R"(\??\C:\a)", R"(!\??\C:\b)"}, {R"(\??\C:\a)", R"(!\??\C:\b)"}}},
+    {"pairs of others keep their place", {{R"(\??\D:\theirs)", ""}, {R"(\??\D:\x)", R"(\??\D:\y)"}},
+     [] { return TARVO_RenameAfterReboot(R"(C:\a)", R"(C:\b)"); },
+     {{R"(\??\D:\theirs)", ""}, {R"(\??\D:\x)", R"(\??\D:\y)"}, {R"(\??\C:\a)", R"(!\??\C:\b)"}}},
+    {"a folder of others loses its closing backslash", {{R"(\??\C:\dir\)", ""}},
+     [] { return TARVO_RenameAfterReboot(R"(C:\a)", nullptr); },
+     {{R"(\??\C:\dir)", ""}, {R"(\??\C:\a)", ""}}},
+};
+
+const PendingCase kRemoving[] = {
+    {"by target: every rename onto it", kThree,
+     [] { return TARVO_RemovePendingFileOperation(nullptr, R"(C:\P\a)"); },
+     {{R"(\??\C:\T\a)", ""}}},
+    {"by source: renames and deletions of it", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\T\a)", nullptr); },
+     {{R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"by both", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\T\a)", R"(C:\P\a)"); },
+     {{R"(\??\C:\T\a)", ""}, {R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"NUL: deletions of the source alone", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\T\a)", "NUL"); },
+     {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}, {R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"nul: the same", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\T\a)", "nul"); },
+     {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}, {R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"NULL and NUL: every deletion", kThree,
+     [] { return TARVO_RemovePendingFileOperation(nullptr, "NUL"); },
+     {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}, {R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"NULL and NULL: everything, of others too", kThree,
+     [] { return TARVO_RemovePendingFileOperation(nullptr, nullptr); },
+     {}},
+    {"letter case counts for nothing", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(c:\t\A)", nullptr); },
+     {{R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"what is looked for is normalised", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\x\..\T\\.\a\)", nullptr); },
+     {{R"(\??\C:\T\b)", R"(!\??\C:\P\a)"}}},
+    {"UNC paths match", {{R"(\??\UNC\s\x)", R"(!\??\UNC\s\y)"}, {R"(\??\s\x)", ""}},
+     [] { return TARVO_RemovePendingFileOperation(R"(\\s\x)", R"(\\S\Y)"); },
+     {{R"(\??\s\x)", ""}}},
+    {"every one of equal pairs goes", {{R"(\??\C:\a)", ""}, {R"(\??\C:\b)", ""}, {R"(\??\C:\a)", ""}},
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\a)", nullptr); },
+     {{R"(\??\C:\b)", ""}}},
+    {"longer and shorter neighbours stay", {{R"(\??\C:\T\ab)", ""}, {R"(\??\C:\T\)", ""}},
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\T\a)", nullptr); },
+     {{R"(\??\C:\T\ab)", ""}, {R"(\??\C:\T\)", ""}}},
+    {"a source is no target", kThree,
+     [] { return TARVO_RemovePendingFileOperation(nullptr, R"(C:\T\b)"); },
+     kThree},
+    {"nor a target a source", kThree,
+     [] { return TARVO_RemovePendingFileOperation(R"(C:\P\a)", nullptr); },
+     kThree},
+    {"a target that does not replace is another one", {{R"(\??\C:\T\b)", R"(\??\C:\P\a)"}},
+     [] { return TARVO_RemovePendingFileOperation(nullptr, R"(C:\P\a)"); },
+     {{R"(\??\C:\T\b)", R"(\??\C:\P\a)"}}},
+};
+// clang-format on
+
+void Check(const PendingCase& row)
+{
+    SCOPED_TRACE(row.fact);
+    PendingValue::Write(row.before);
+    TARVO_ReceivePFOsInfo(); // a look-up that found nothing has kept the list
+    EXPECT_EQ(0U, row.call());
+    EXPECT_EQ(row.after, PendingValue::Read());
+}
+
+TEST_F(PendingExports, SchedulingAddsThePair)
+{
+    for (const PendingCase& row : kScheduling)
+        Check(row);
+}
+
+TEST_F(PendingExports, RemovingTakesWhatMatches)
+{
+    for (const PendingCase& row : kRemoving)
+        Check(row);
+}
+
+TEST_F(PendingExports, PairsAreStoredAsZeroTerminatedTexts)
+{
+    PendingValue::Remove();
+    TARVO_RenameAfterReboot("C:\\a", "C:\\b");
+    TARVO_RenameAfterReboot("C:\\c", nullptr);
+    constexpr std::wstring_view expected(L"\\??\\C:\\a\0!\\??\\C:\\b\0\\??\\C:\\c\0\0", 30);
+    const auto written = PendingValue::ReadRaw();
+    PendingValue::WriteRaw(expected);
+    EXPECT_EQ(PendingValue::ReadRaw(), written);
+}
+
+TEST_F(PendingExports, RemovingTheLastPairLeavesAnEmptyList)
+{
+    PendingValue::Write(kThree);
+    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation(nullptr, nullptr));
+    const auto raw = PendingValue::ReadRaw();
+    ASSERT_TRUE(raw) << "the value itself stays";
+    EXPECT_EQ(DWORD{REG_MULTI_SZ}, raw->type);
+    EXPECT_EQ(std::vector<BYTE>(2), raw->bytes);
+}
+
+struct FindCase {
+    const char* fact;
+    Pairs value;
+    const char* destination;
+    DWORD code;
+    const char* source; // what the caller's buffer holds afterwards
+};
+
+const FindCase kFinding[] = {
+    {"nothing pending", {}, R"(C:\P\a)", 2, ""},
+    {"a rename onto it", {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}}, R"(C:\P\a)", 0, R"(C:\T\a)"},
+    {"by case and normalisation", {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}}, R"(c:\x\..\p\\A\)", 0, R"(C:\T\a)"},
+    {"a rename onto its neighbour", {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}}, R"(C:\P\ab)", 2, ""},
+    {"a deletion of it", {{R"(\??\C:\P\a)", ""}}, R"(C:\P\a)", 0, ""},
+    {"it is moved away", {{R"(\??\C:\P\a)", R"(!\??\C:\q)"}}, R"(C:\P\a)", 2, ""},
+    {"the newest of two renames", kThree, R"(C:\P\a)", 0, R"(C:\T\b)"},
+    {"a deletion after the rename", {{R"(\??\C:\T\a)", R"(!\??\C:\a)"}, {R"(\??\C:\a)", ""}}, R"(C:\a)", 0, ""},
+    {"a rename after the deletion", {{R"(\??\C:\a)", ""}, {R"(\??\C:\T)", R"(!\??\C:\a)"}}, R"(C:\a)", 0, R"(C:\T)"},
+    {"moved away after the rename", {{R"(\??\C:\T)", R"(!\??\C:\a)"}, {R"(\??\C:\a)", "!x"}}, R"(C:\a)", 2, ""},
+    {"a rename onto itself moves it away", {{R"(\??\C:\a)", R"(!\??\C:\a)"}}, R"(C:\a)", 2, ""},
+    {"a UNC source", {{R"(\??\UNC\s\x\y)", R"(!\??\UNC\s\z)"}}, R"(\\s\z)", 0, R"(\\s\x\y)"},
+    {"a UNC source in lower case", {{R"(\??\unc\s\x)", R"(!\??\C:\a)"}}, R"(C:\a)", 0, R"(\\s\x)"},
+    {"a source in no stored form", {{R"(*1\??\C:\x)", R"(!\??\C:\a)"}}, R"(C:\a)", 0, R"(*1\??\C:\x)"},
+    {"a source shorter than any path", {{R"(\??\)", R"(!\??\C:\a)"}}, R"(C:\a)", 0, ""},
+    {"a source that is barely long enough", {{R"(\??\x)", R"(!\??\C:\a)"}}, R"(C:\a)", 0, "x"},
+};
+
+TEST_F(PendingExports, FindingTellsWhatComesThere)
+{
+    for (const FindCase& row : kFinding) {
+        SCOPED_TRACE(row.fact);
+        PendingValue::Write(row.value);
+        TARVO_ReceivePFOsInfo();
+        char source[MAX_PATH] = "unset";
+        EXPECT_EQ(row.code, TARVO_FindSourceInPFOs(row.destination, source, sizeof source));
+        EXPECT_STREQ(row.source, source);
+        EXPECT_EQ(row.value, PendingValue::Read());
+        if (row.code) {
+            EXPECT_EQ(kit::SystemText(row.code), kit::LastMessage());
+        }
+    }
+}
+
+TEST_F(PendingExports, FindingForgetsWhatWasRemoved)
+{
+    PendingValue::Write({{R"(\??\C:\old)", R"(!\??\C:\a)"}});
+    TARVO_SetPFOsImmediateFlush(0);
+    TARVO_RenameAfterReboot("C:\\new", "C:\\a");
+    TARVO_RemovePendingFileOperation("C:\\new", nullptr);
+    char source[MAX_PATH];
+    EXPECT_EQ(0U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
+    EXPECT_STREQ("C:\\old", source);
+    TARVO_RemovePendingFileOperation("C:\\old", nullptr);
+    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
+}
+
+TEST_F(PendingExports, FoundSourceStaysInsideTheBuffer)
+{
+    struct SizeCase {
+        size_t length; // of the plain source
+        DWORD size;
+        DWORD code;
+        size_t written; // characters
+    };
+    constexpr SizeCase kSizes[] = {
+        {20, 0, 122, 0},    {20, 259, 122, 0},  {20, 260, 0, 20},
+        {259, 260, 0, 259}, {260, 260, 0, 259}, {900, 1000, 0, 259},
+    };
+    for (const char* const stored : {R"(\??\C:\)", R"(\??\UNC\)", R"(C:\)"}) {
+        for (const SizeCase& row : kSizes) {
+            const std::string prefix = std::string(stored) == R"(\??\UNC\)" ? R"(\\)" : R"(C:\)";
+            const std::string rest(row.length - prefix.size(), 'x');
+            PendingValue::Write({{stored + rest, R"(!\??\C:\a)"}});
+            TARVO_ReceivePFOsInfo();
+            std::string buffer(1100, '#');
+            EXPECT_EQ(row.code, TARVO_FindSourceInPFOs("C:\\a", buffer.data(), row.size)) << row.length;
+            std::string expected = buffer;
+            std::fill(expected.begin(), expected.end(), '#');
+            if (row.code == 0)
+                expected.replace(0, row.written + 1, (prefix + rest).substr(0, row.written) + '\0');
+            EXPECT_EQ(expected, buffer) << stored << row.length << " into " << row.size;
+        }
+    }
+}
+
+TEST_F(PendingExports, MissingArgumentsAreRefusedBeforeAnyWork)
+{
+    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
+    char source[MAX_PATH] = "unset";
+    EXPECT_EQ(87U, TARVO_RenameAfterReboot(nullptr, "C:\\b"));
+    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
+    EXPECT_EQ(87U, TARVO_RenameAfterReboot("", "C:\\b"));
+    EXPECT_EQ(87U, TARVO_FindSourceInPFOs(nullptr, source, sizeof source));
+    EXPECT_EQ(87U, TARVO_FindSourceInPFOs("C:\\a", nullptr, MAX_PATH));
+    EXPECT_EQ(122U, TARVO_FindSourceInPFOs("C:\\a", source, 259));
+    EXPECT_EQ(kit::SystemText(122), kit::LastMessage());
+    EXPECT_STREQ("unset", source);
+    EXPECT_EQ(0, open.Calls());
+}
+
+TEST_F(PendingExports, EachChangeIsOneWriteWhileFlushIsOn)
+{
+    PendingValue::Write({});
+    kit::ImportHook set("RegSetValueExW", &RegSetValueExW);
+    TARVO_RenameAfterReboot("C:\\a", "C:\\b");
+    EXPECT_EQ(1, set.Calls());
+    TARVO_RemovePendingFileOperation("C:\\x", nullptr);
+    TARVO_UpdatePFOsInfo();
+    EXPECT_EQ(1, set.Calls()) << "nothing changed";
+    TARVO_RemovePendingFileOperation("C:\\a", nullptr);
+    EXPECT_EQ(2, set.Calls());
+}
+
+TEST_F(PendingExports, ChangesWaitWhileFlushIsOff)
+{
+    PendingValue::Write({});
+    kit::ImportHook set("RegSetValueExW", &RegSetValueExW);
+    TARVO_SetPFOsImmediateFlush(0);
+    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\a", "C:\\b"));
+    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\c", nullptr));
+    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\a", nullptr));
+    EXPECT_EQ(0, set.Calls());
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    EXPECT_EQ((Pairs{{R"(\??\C:\c)", ""}}), PendingValue::Read());
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    EXPECT_EQ(1, set.Calls());
+}
+
+TEST_F(PendingExports, ReceivingWritesWaitingChangesFirst)
+{
+    PendingValue::Write({});
+    TARVO_SetPFOsImmediateFlush(0);
+    TARVO_RenameAfterReboot("C:\\a", nullptr);
+    EXPECT_EQ(0U, TARVO_ReceivePFOsInfo());
+    EXPECT_EQ((Pairs{{R"(\??\C:\a)", ""}}), PendingValue::Read());
+    TARVO_RenameAfterReboot("C:\\b", nullptr);
+    TARVO_SetPFOsImmediateFlush(2);
+    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\x", nullptr)) << "any number but 0 switches it on";
+    EXPECT_EQ((Pairs{{R"(\??\C:\a)", ""}, {R"(\??\C:\b)", ""}}), PendingValue::Read());
+}
+
+TEST_F(PendingExports, WaitingChangesAreLostAtUnload)
+{
+    PendingValue::Write({});
+    TARVO_SetPFOsImmediateFlush(0);
+    TARVO_RenameAfterReboot("C:\\a", nullptr);
+    Reload();
+    EXPECT_EQ(Pairs{}, PendingValue::Read());
+    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\b", nullptr));
+    EXPECT_EQ((Pairs{{R"(\??\C:\b)", ""}}), PendingValue::Read()) << "flush is on again";
+}
+
+TEST_F(PendingExports, ThereIsRoomFor5120)
+{
+    PendingValue::Write({});
+    TARVO_SetPFOsImmediateFlush(0);
+    for (int number = 0; number < 5120; ++number)
+        ASSERT_EQ(0U, TARVO_RenameAfterReboot(("C:\\" + std::to_string(number)).c_str(), "C:\\b")) << number;
+    EXPECT_EQ(8U, TARVO_RenameAfterReboot("C:\\late", nullptr));
+    EXPECT_EQ(kit::SystemText(8), kit::LastMessage());
+    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\7", nullptr));
+    EXPECT_EQ(8U, TARVO_RenameAfterReboot("C:\\late", nullptr)) << "a removed pair keeps its place";
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\last", nullptr));
+    EXPECT_EQ(8U, TARVO_RenameAfterReboot("C:\\late", nullptr));
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    const Pairs pairs = PendingValue::Read();
+    ASSERT_EQ(5120U, pairs.size());
+    EXPECT_EQ(R"(\??\C:\0)", pairs.front().first);
+    EXPECT_EQ(R"(\??\C:\8)", pairs[7].first);
+    EXPECT_EQ(R"(\??\C:\last)", pairs.back().first);
+}
+
+TEST_F(PendingExports, ValueOfMorePairsIsRefusedAndStays)
+{
+    const Pairs pairs(5121, {R"(\??\C:\a)", ""});
+    PendingValue::Write(pairs);
+    char source[MAX_PATH];
+    EXPECT_EQ(8U, TARVO_RenameAfterReboot("C:\\x", nullptr));
+    EXPECT_EQ(8U, TARVO_RemovePendingFileOperation(nullptr, nullptr));
+    EXPECT_EQ(8U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    EXPECT_EQ(pairs, PendingValue::Read());
+    PendingValue::Write({});
+    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source)) << "nothing of it was kept";
+}
+
+TEST_F(PendingExports, WorkDoesNotGrowWithTheList)
+{
+    // Of one change: how often the registry is asked, and how much memory beyond a text or two per pair.
+    const auto cost = [this](size_t others) {
+        PendingValue::Write(Pairs(others, {R"(\??\C:\theirs)", ""}));
+        Reload();
+        kit::ImportHook query("RegQueryValueExW", &RegQueryValueExW);
+        TARVO_RenameAfterReboot("C:\\a", "C:\\b");
+        return std::pair{query.Calls(), Heap().Allocations() - 2 * static_cast<unsigned>(others)};
+    };
+    EXPECT_EQ(cost(1), cost(1000));
+    EXPECT_LE(cost(1).first, 4);
+}
+
+TEST_F(PendingExports, TraceTellsTheStory)
+{
+    PendingValue::Write({{R"(\??\C:\gone)", ""}, {R"(\??\C:\from)", R"(!\??\C:\to)"}});
+    kit::TraceLog log(Scratch().Path("trace.log"));
+    struct TraceCase {
+        DWORD (*call)(char* buffer);
+        std::vector<std::string> lines; // of this call, in their order
+    };
+    const TraceCase kCases[] = {
+        {[](char*) { return TARVO_RenameAfterReboot(nullptr, nullptr); }, {"From [null] to [null]"}},
+        {[](char*) { return TARVO_RemovePendingFileOperation(nullptr, "C:\\none"); },
+         {"Source: [null], destination: [C:\\none]", "Source=[null], Target=[C:\\none], formatted=[0]",
+          "Entry does not exist.", "Info is up to date - nothing to do."}},
+        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\to", buffer, 260); },
+         {"Destination: [C:\\to], dwSize: [260]", "As destination found at index [1]",
+          "Return unformatted source: [C:\\from]"}},
+        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\from", buffer, 260); },
+         {"As source found at index [1]", "Found move-file record where pchDestination is a source."}},
+        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\gone", buffer, 260); },
+         {"As source found at index [0]", "Found deletion record."}},
+        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\x", buffer, 260); }, {"Not found."}},
+        {[](char*) { return TARVO_ReceivePFOsInfo(); },
+         {"Info is received, updating info...", "Info is up to date - nothing to do.", "{ PendingFileInfo::ReleaseInfo",
+          R"(Source=[\??\C:\gone], Target=[], formatted=[1])", "Function PendingFileInfo::AddEntry OK.",
+          "Function PendingFileInfoNT::ReceiveInfo OK.", "Function TARVO_ReceivePFOsInfo OK."}},
+        {[](char*) { return TARVO_RemovePendingFileOperation("C:\\gone", "NUL"); },
+         {"Source: [C:\\gone], destination: [NUL]", "{ PendingFileInfo::RemoveEntries",
+          R"(Formatted entry: [\??\C:\gone], [].)", "Entry to remove found at index: [0]",
+          "Function PendingFileInfo::RemoveEntries OK.", "Entry(ies) was successfully deleted.",
+          "{ TARVO_UpdatePFOsInfo", "{ PendingFileInfo::isEntryExist", "Function TARVO_UpdatePFOsInfo OK."}},
+        {[](char*) { return TARVO_SetPFOsImmediateFlush(5), DWORD{0}; },
+         {"{ TARVO_SetPFOsImmediateFlush", "Set flag to [5]", "} TARVO_SetPFOsImmediateFlush"}},
+        {[](char*) { return TARVO_UpdatePFOsInfo(); }, {"Info is not received - nothing to do."}},
+    };
+    for (const TraceCase& row : kCases) {
+        log.Clear();
+        char buffer[MAX_PATH];
+        row.call(buffer);
+        const std::vector<std::string> messages = log.Messages();
+        auto at = messages.begin();
+        for (const std::string& line : row.lines) {
+            at = std::find(at, messages.end(), line);
+            EXPECT_NE(messages.end(), at) << "missing, or out of order: " << line << "\n"
+                                          << testing::PrintToString(messages);
+            if (at == messages.end())
+                break;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,452 @@
+// What others put into the value, and what the registry or the memory refuses.
+
+#include "kit/kit.h"
+
+#include <cstring>
+
+namespace {
+
+using kit::PendingValue;
+using Pairs = PendingValue::Pairs;
+using PendingRenameValue = kit::LibraryTest;
+
+constexpr wchar_t kOurs[] = L"\\??\\C:\\ours\0\0\0"; // the pair that the tests add, and the end of the list
+
+DWORD AddOurs()
+{
+    return TARVO_RenameAfterReboot("C:\\ours", nullptr);
+}
+
+std::wstring Units(const wchar_t* text, size_t length)
+{
+    return {text, length};
+}
+
+template <size_t Size> std::wstring Units(const wchar_t (&text)[Size])
+{
+    return Units(text, Size - 1);
+}
+
+/** Everything the value holds, as UTF-16; "no value" if there is none. */
+std::wstring ValueUnits()
+{
+    const auto raw = PendingValue::ReadRaw();
+    if (!raw)
+        return L"no value";
+    std::wstring units(raw->bytes.size() / sizeof(wchar_t), L'\0');
+    memcpy(units.data(), raw->bytes.data(), units.size() * sizeof(wchar_t));
+    return units;
+}
+
+TEST_F(PendingRenameValue, PairsOfOthersComeBackBitForBit)
+{
+    // A change of letter case, a lost character or another order would show.
+    const std::wstring kPairs[] = {
+        Units(L"\\??\\C:\\\x65E5\x672C\0!\\??\\C:\\\x30C6.dll\0"),       // in no Western code page
+        Units(L"\\??\\C:\\\x0100\x2260\0\0"),                            // look like A and = to a code page
+        Units(L"\\??\\C:\\\x65E5\\.\\..\\\\x\\\0!\\??\\C:\\\x65E5\\\0"), // as it was, closing backslash and all
+        Units(L"\\??\\C:\\\xD83D\0!\\??\\C:\\\xDE00\xD83D\0"),           // surrogates in no order
+        Units(L"\\??\\C:\\\x00E9\x20AC\x0081\0!\\??\\C:\\\x00FC\0"),     // within code page 1252
+        Units(L"*1\\??\\C:\\marked\0*2\\??\\C:\\x\0"),
+        Units(L"*1\\??\\C:\\\x65E5\0*\0"),
+        Units(L"x\0y\0"),
+        Units(L"\\??\\C:\\b\0\0\\??\\C:\\a\0\0\\??\\C:\\b\0\0"),           // order and repetition
+        Units(L"\\??\\C:\\?\0\0\\??\\C:\\\x65E5\0\0\\??\\C:\\\x672C\0\0"), // alike once the code page has them
+    };
+    for (const bool traced : {false, true}) { // an untraced merge takes a shorter way
+        if (traced)
+            kit::TraceLog(Scratch().Path("trace.log"));
+        for (const std::wstring& pairs : kPairs) {
+            SCOPED_TRACE(testing::PrintToString(pairs));
+            PendingValue::WriteRaw(pairs + L'\0');
+            EXPECT_EQ(0U, AddOurs());
+            EXPECT_EQ(pairs + Units(kOurs), ValueUnits());
+            EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\ours", nullptr));
+            EXPECT_EQ(pairs + L'\0', ValueUnits());
+        }
+    }
+}
+
+TEST_F(PendingRenameValue, NamesTheCodePageLacksMatchNoOther)
+{
+    PendingValue::WriteRaw(Units(L"\\??\\C:\\\x65E5\0\0\\??\\C:\\?\0\0\\??\\C:\\\x0100\0\0\0"));
+    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\?", nullptr));
+    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\A", nullptr));
+    EXPECT_EQ(Units(L"\\??\\C:\\\x65E5\0\0\\??\\C:\\\x0100\0\0\0"), ValueUnits());
+}
+
+struct MergeCase {
+    const char* fact;
+    Pairs received;
+    DWORD (*change)();
+    Pairs meanwhile; // what others have left there when the change is written
+    Pairs after;
+};
+
+// clang-format off
+const MergeCase kMerging[] = {
+    {"pairs added meanwhile stay, behind ours", {}, AddOurs,
+     {{R"(\??\D:\x)", R"(!\??\D:\y)"}, {R"(\??\D:\z)", ""}},
+     {{R"(\??\C:\ours)", ""}, {R"(\??\D:\x)", R"(!\??\D:\y)"}, {R"(\??\D:\z)", ""}}},
+    {"a removed pair goes though the value holds it", {{R"(\??\C:\x)", ""}, {R"(\??\C:\y)", ""}},
+     [] { return TARVO_RemovePendingFileOperation("C:\\x", nullptr); },
+     {{R"(\??\C:\x)", ""}, {R"(\??\C:\y)", ""}, {R"(\??\D:\z)", ""}},
+     {{R"(\??\C:\y)", ""}, {R"(\??\D:\z)", ""}}},
+    {"what both hold is written once", {}, AddOurs,
+     {{R"(\??\D:\z)", ""}, {R"(\??\c:\OURS)", ""}},
+     {{R"(\??\C:\ours)", ""}, {R"(\??\D:\z)", ""}}},
+    {"half of a pair is not the pair", {}, AddOurs,
+     {{R"(\??\C:\ours)", R"(!\??\D:\y)"}},
+     {{R"(\??\C:\ours)", ""}, {R"(\??\C:\ours)", R"(!\??\D:\y)"}}},
+    {"a value that was emptied holds what was received", {{R"(\??\D:\z)", ""}}, AddOurs,
+     {},
+     {{R"(\??\D:\z)", ""}, {R"(\??\C:\ours)", ""}}},
+    {"everything removed, and another pair added", {{R"(\??\C:\x)", ""}},
+     [] { return TARVO_RemovePendingFileOperation(nullptr, nullptr); },
+     {{R"(\??\C:\x)", ""}, {R"(\??\D:\z)", ""}},
+     {{R"(\??\D:\z)", ""}}},
+};
+// clang-format on
+
+TEST_F(PendingRenameValue, WritingMergesWhatOthersLeftMeanwhile)
+{
+    TARVO_SetPFOsImmediateFlush(0);
+    for (const bool traced : {false, true}) {
+        if (traced)
+            kit::TraceLog(Scratch().Path("trace.log"));
+        for (const MergeCase& row : kMerging) {
+            SCOPED_TRACE(row.fact);
+            PendingValue::Write(row.received);
+            EXPECT_EQ(0U, row.change());
+            PendingValue::Write(row.meanwhile);
+            EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+            EXPECT_EQ(row.after, PendingValue::Read());
+        }
+    }
+}
+
+struct BetweenCase {
+    const char* fact;
+    Pairs between; // the value when the second operation is scheduled; the first left C:\ours
+    Pairs after;
+};
+
+// clang-format off
+const BetweenCase kBetween[] = {
+    {"nobody else", {{R"(\??\C:\ours)", ""}}, {{R"(\??\C:\ours)", ""}, {R"(\??\C:\b)", ""}}},
+    {"a pair added behind", {{R"(\??\C:\ours)", ""}, {R"(\??\D:\x)", ""}},
+     {{R"(\??\C:\ours)", ""}, {R"(\??\D:\x)", ""}, {R"(\??\C:\b)", ""}}},
+    {"a pair put in front", {{R"(\??\D:\x)", R"(!\??\D:\y)"}, {R"(\??\C:\ours)", ""}},
+     {{R"(\??\D:\x)", R"(!\??\D:\y)"}, {R"(\??\C:\ours)", ""}, {R"(\??\C:\b)", ""}}},
+    {"ours taken away", {}, {{R"(\??\C:\b)", ""}}},
+    {"another of the same length", {{R"(\??\D:\ours)", ""}}, {{R"(\??\D:\ours)", ""}, {R"(\??\C:\b)", ""}}},
+    {"another form", {{R"(\??\D:\x\)", ""}}, {{R"(\??\D:\x)", ""}, {R"(\??\C:\b)", ""}}},
+};
+// clang-format on
+
+TEST_F(PendingRenameValue, EachFlushStartsFromTheValueAsItIs)
+{
+    for (const BetweenCase& row : kBetween) {
+        SCOPED_TRACE(row.fact);
+        PendingValue::Write({});
+        EXPECT_EQ(0U, AddOurs());
+        PendingValue::Write(row.between);
+        EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\b", nullptr));
+        EXPECT_EQ(row.after, PendingValue::Read());
+        EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\b", nullptr));
+        EXPECT_EQ(Pairs(row.after.begin(), row.after.end() - 1), PendingValue::Read());
+    }
+}
+
+TEST_F(PendingRenameValue, ValueThatOthersFilledBetweenTwoFlushesIsFull)
+{
+    Pairs full(5120, {R"(\??\D:\x)", ""});
+    EXPECT_EQ(0U, AddOurs());
+    PendingValue::Write(full);
+    EXPECT_EQ(8U, AddOurs());
+    EXPECT_EQ(full, PendingValue::Read());
+    full.pop_back();
+    PendingValue::Write(full);
+    EXPECT_EQ(0U, TARVO_ReceivePFOsInfo());
+    EXPECT_EQ(0U, AddOurs());
+    full.emplace_back(R"(\??\C:\ours)", "");
+    EXPECT_EQ(full, PendingValue::Read());
+    PendingValue::Write({});
+    EXPECT_EQ(0U, AddOurs()) << "what filled the list is gone";
+    EXPECT_EQ((Pairs{{R"(\??\C:\ours)", ""}}), PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, NamesTheCodePageLacksAreMergedToo)
+{
+    PendingValue::WriteRaw(Units(L"\\??\\C:\\\x65E5\0\0\0"));
+    TARVO_SetPFOsImmediateFlush(0);
+    AddOurs();
+    PendingValue::WriteRaw(Units(L"\\??\\C:\\\x672C\0\0\\??\\C:\\\x65E5\0\0\0"));
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    EXPECT_EQ(Units(L"\\??\\C:\\\x65E5\0\0\\??\\C:\\ours\0\0\\??\\C:\\\x672C\0\0\0"), ValueUnits());
+}
+
+struct MalformedCase {
+    const char* fact;
+    DWORD type;
+    std::wstring units;
+    DWORD code;
+    std::wstring after; // once our pair was added
+};
+
+const MalformedCase kMalformed[] = {
+    {"no data at all", REG_MULTI_SZ, L"", 0, Units(kOurs)},
+    {"no data of a foreign type", REG_BINARY, L"", 0, Units(kOurs)},
+    {"only the end of the list", REG_MULTI_SZ, Units(L"\0"), 0, Units(kOurs)},
+    {"many ends", REG_MULTI_SZ, Units(L"\0\0\0\0"), 0, Units(kOurs)},
+    {"a source without a target is a deletion", REG_MULTI_SZ, Units(L"a\0b\0c\0\0"), 0,
+     Units(L"a\0b\0c\0\0") + Units(kOurs)},
+    {"one text", REG_SZ, Units(L"a\0"), 0, Units(L"a\0\0") + Units(kOurs)},
+    {"one text to be expanded", REG_EXPAND_SZ, Units(L"%windir%\\a\0"), 0, Units(L"%windir%\\a\0\0") + Units(kOurs)},
+    {"nothing counts behind the end", REG_MULTI_SZ, Units(L"a\0b\0\0\x65E5\0x\0"), 0, Units(L"a\0b\0") + Units(kOurs)},
+    {"bytes that are no text", REG_BINARY, Units(L"a\0b\0\0"), ERROR_INVALID_DATA, Units(L"a\0b\0\0")},
+    {"a number", REG_DWORD, Units(L"ab"), ERROR_INVALID_DATA, Units(L"ab")},
+};
+
+TEST_F(PendingRenameValue, MalformedValuesAreReadAsFarAsTheyGo)
+{
+    for (const MalformedCase& row : kMalformed) {
+        SCOPED_TRACE(row.fact);
+        PendingValue::WriteRaw(row.units, row.type);
+        EXPECT_EQ(row.code, AddOurs());
+        EXPECT_EQ(row.after, ValueUnits());
+        EXPECT_EQ(row.code ? row.type : DWORD{REG_MULTI_SZ}, PendingValue::ReadRaw()->type);
+        if (row.code) {
+            EXPECT_EQ(kit::SystemText(row.code), kit::LastMessage());
+        }
+    }
+}
+
+using QueryHook = kit::ImportHook<decltype(&RegQueryValueExW)>;
+
+/** Answers size queries and reads with these bytes, as a Windows does that adds no closing zero. */
+LSTATUS Feed(std::string_view bytes, DWORD* type, BYTE* data, DWORD* size)
+{
+    const DWORD room = data ? *size : 0;
+    *size = static_cast<DWORD>(bytes.size());
+    if (type)
+        *type = REG_MULTI_SZ;
+    if (!data)
+        return ERROR_SUCCESS;
+    if (room < bytes.size())
+        return ERROR_MORE_DATA;
+    memcpy(data, bytes.data(), bytes.size());
+    return ERROR_SUCCESS;
+}
+
+TEST_F(PendingRenameValue, NothingIsReadBehindTheData)
+{
+    struct ByteCase {
+        const char* fact;
+        std::string_view bytes;
+        Pairs pairs;
+    };
+    using namespace std::string_view_literals;
+    const ByteCase kCases[] = {
+        {"no closing zero", "s\0\0\0t\0\0\0"sv, {{"s", "t"}}},
+        {"no zero behind the target", "s\0\0\0t\0"sv, {{"s", "t"}}},
+        {"no zero behind the source", "s\0"sv, {{"s", ""}}},
+        {"half a character at the end", "s\0\0\0t\0u"sv, {{"s", "t"}}},
+        {"half a character is nothing", "s"sv, {}},
+        {"half of the closing zero", "s\0\0\0t\0\0\0\0"sv, {{"s", "t"}}},
+    };
+    for (const ByteCase& row : kCases) {
+        SCOPED_TRACE(row.fact);
+        PendingValue::Write({});
+        QueryHook query("RegQueryValueExW", &RegQueryValueExW);
+        query.Answer(
+            [&](auto, auto, auto, DWORD* type, BYTE* data, DWORD* size) { return Feed(row.bytes, type, data, size); });
+        EXPECT_EQ(0U, AddOurs());
+        Pairs expected = row.pairs;
+        expected.emplace_back(R"(\??\C:\ours)", "");
+        EXPECT_EQ(expected, PendingValue::Read());
+    }
+}
+
+TEST_F(PendingRenameValue, AMegabyteIsCarriedThrough)
+{
+    // One name of half a million characters that the code page lacks, and one that it holds.
+    const std::wstring pairs = L"\\??\\C:\\" + std::wstring(250000, L'\x65E5') + Units(L"\0\0\\??\\C:\\") +
+                               std::wstring(250000, L'x') + Units(L"\0\0");
+    PendingValue::WriteRaw(pairs + L'\0');
+    EXPECT_EQ(0U, AddOurs());
+    EXPECT_TRUE(pairs + Units(kOurs) == ValueUnits());
+    char source[MAX_PATH];
+    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\x", source, sizeof source));
+}
+
+TEST_F(PendingRenameValue, ValueThatGrowsWhileReadIsAskedForAgain)
+{
+    PendingValue::Write({{R"(\??\D:\a)", ""}});
+    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
+    query.Answer([&](HKEY key, auto name, auto reserved, DWORD* type, BYTE* data, DWORD* size) {
+        const LSTATUS code = query.Original()(key, name, reserved, type, data, size);
+        if (query.Calls() == 1)
+            PendingValue::Write({{R"(\??\D:\a)", ""}, {R"(\??\D:\b)", R"(!\??\D:\c)"}});
+        return code;
+    });
+    EXPECT_EQ(0U, AddOurs());
+    EXPECT_EQ((Pairs{{R"(\??\D:\a)", ""}, {R"(\??\D:\b)", R"(!\??\D:\c)"}, {R"(\??\C:\ours)", ""}}),
+              PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, ValueThatShrinksWhileReadIsTakenAsItIs)
+{
+    PendingValue::Write({{R"(\??\D:\a)", ""}, {R"(\??\D:\b)", ""}});
+    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
+    query.Answer([&](HKEY key, auto name, auto reserved, DWORD* type, BYTE* data, DWORD* size) {
+        const LSTATUS code = query.Original()(key, name, reserved, type, data, size);
+        if (query.Calls() == 1)
+            PendingValue::Write({{R"(\??\D:\a)", ""}});
+        return code;
+    });
+    EXPECT_EQ(0U, AddOurs());
+    EXPECT_EQ((Pairs{{R"(\??\D:\a)", ""}, {R"(\??\C:\ours)", ""}}), PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, ValueThatAlwaysGrowsEndsTheReading)
+{
+    const Pairs before = {{R"(\??\D:\a)", ""}};
+    PendingValue::Write(before);
+    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
+    query.Answer([](auto, auto, auto, auto, BYTE* data, DWORD* size) -> LSTATUS {
+        *size = 10;
+        return data ? ERROR_MORE_DATA : ERROR_SUCCESS;
+    });
+    EXPECT_EQ(DWORD{ERROR_MORE_DATA}, AddOurs());
+    EXPECT_LE(query.Calls(), 20);
+    EXPECT_EQ(before, PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, KeyThatDoesNotOpenIsReportedByEachExport)
+{
+    const Pairs before = {{R"(\??\D:\a)", ""}};
+    PendingValue::Write(before);
+    kit::TraceLog log(Scratch().Path("trace.log"));
+    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
+    open.FailAll(0, ERROR_ACCESS_DENIED);
+    char source[MAX_PATH] = "unset";
+    const std::pair<const char*, DWORD (*)(char*)> kExports[] = {
+        {"TARVO_RenameAfterReboot", [](char*) { return AddOurs(); }},
+        {"TARVO_RemovePendingFileOperation", [](char*) { return TARVO_RemovePendingFileOperation(nullptr, nullptr); }},
+        {"TARVO_FindSourceInPFOs", [](char* buffer) { return TARVO_FindSourceInPFOs("C:\\a", buffer, MAX_PATH); }},
+        {"TARVO_ReceivePFOsInfo", [](char*) { return TARVO_ReceivePFOsInfo(); }},
+    };
+    for (const auto& [name, call] : kExports) {
+        TARVO_SetLanguage(); // another text in between
+        log.Clear();
+        EXPECT_EQ(5U, call(source)) << name;
+        EXPECT_EQ(kit::SystemText(5), kit::LastMessage());
+        EXPECT_EQ(1U, log.Count("error: [5] (")) << "the inner step reports nothing itself";
+        EXPECT_TRUE(log.Contains(std::string("Function ") + name + " error: [5] (" + kit::SystemText(5) + ")"));
+        EXPECT_TRUE(log.Contains("RegOpenKeyEx failed to open [SYSTEM\\CurrentControlSet\\Control\\Session Manager], "
+                                 "error code: [5]."));
+    }
+    EXPECT_STREQ("", source);
+    EXPECT_EQ(before, PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, FailedWriteIsTriedAgain)
+{
+    const Pairs before = {{R"(\??\D:\a)", ""}};
+    PendingValue::Write(before);
+    {
+        kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
+        open.FailNth(2, 0, ERROR_ACCESS_DENIED); // the first is for reading
+        EXPECT_EQ(5U, AddOurs());
+    }
+    {
+        kit::ImportHook set("RegSetValueExW", &RegSetValueExW);
+        set.FailAll(0, ERROR_REGISTRY_IO_FAILED);
+        EXPECT_EQ(DWORD{ERROR_REGISTRY_IO_FAILED}, TARVO_UpdatePFOsInfo());
+        EXPECT_EQ(kit::SystemText(ERROR_REGISTRY_IO_FAILED), kit::LastMessage());
+        EXPECT_EQ(DWORD{ERROR_REGISTRY_IO_FAILED}, TARVO_RenameAfterReboot("C:\\b", nullptr));
+    }
+    EXPECT_EQ(before, PendingValue::Read());
+    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
+    EXPECT_EQ((Pairs{{R"(\??\D:\a)", ""}, {R"(\??\C:\ours)", ""}, {R"(\??\C:\b)", ""}}), PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, FailedReadLeavesTheValue)
+{
+    const Pairs before = {{R"(\??\D:\a)", ""}};
+    PendingValue::Write(before);
+    kit::TraceLog log(Scratch().Path("trace.log"));
+    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
+    for (const bool dataFails : {false, true}) {
+        query.Answer([&](auto, auto, auto, auto, BYTE* data, DWORD* size) -> LSTATUS {
+            *size = 10; // a size is told all the same
+            return (data != nullptr) == dataFails ? ERROR_IO_DEVICE : ERROR_SUCCESS;
+        });
+        EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, AddOurs());
+        EXPECT_TRUE(log.Contains("RegQueryValueEx failed to read [PendingFileRenameOperations], error code: [1117]."));
+        EXPECT_EQ(before, PendingValue::Read());
+    }
+}
+
+TEST_F(PendingRenameValue, SizeThatIsNotToldIsAnEmptyList)
+{
+    PendingValue::Write({{R"(\??\C:\ours)", R"(!\??\C:\a)"}});
+    kit::TraceLog log(Scratch().Path("trace.log"));
+    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
+    query.FailAll(0, ERROR_ACCESS_DENIED);
+    char source[MAX_PATH];
+    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
+    EXPECT_TRUE(log.Contains("PendingFileRenameOperations registry value does not exist."));
+}
+
+TEST_F(PendingRenameValue, WithoutMemoryNothingIsLost)
+{
+    struct SweepCase {
+        const char* fact;
+        bool traced;
+        bool again; // after an addition to another value
+        DWORD (*call)();
+        std::wstring after;
+    };
+    const std::wstring before = Units(L"\\??\\C:\\\x65E5\0!\\??\\C:\\\x672C\0\\??\\C:\\x\0\0\0");
+    const std::wstring added = Units(L"\\??\\C:\\\x65E5\0!\\??\\C:\\\x672C\0\\??\\C:\\x\0\0") + Units(kOurs);
+    const SweepCase kCases[] = {
+        {"adding", false, false, AddOurs, added},
+        {"adding, traced", true, false, AddOurs, added},
+        {"adding again", false, true, AddOurs, added},
+        {"removing", false, false, [] { return TARVO_RemovePendingFileOperation("C:\\x", nullptr); },
+         Units(L"\\??\\C:\\\x65E5\0!\\??\\C:\\\x672C\0\0")},
+        {"receiving", false, false, [] { return TARVO_ReceivePFOsInfo(); }, before},
+    };
+    for (const SweepCase& row : kCases) {
+        bool failed = true;
+        unsigned n = 0;
+        while (failed && ++n < 200) {
+            SCOPED_TRACE(std::string(row.fact) + ", failing allocation " + std::to_string(n));
+            Reload(); // fails if the run before kept a block
+            if (row.traced)
+                kit::TraceLog(Scratch().Path("trace.log"));
+            if (row.again) {
+                PendingValue::Write({});
+                EXPECT_EQ(0U, AddOurs());
+            }
+            PendingValue::WriteRaw(before);
+            Heap().FailAllocation(n);
+            const DWORD code = row.call();
+            failed = Heap().FailureHappened();
+            Heap().FailAllocation(0);
+            EXPECT_TRUE(code == 0 || code == 8) << code;
+            const std::wstring after = ValueUnits();
+            EXPECT_TRUE(after == before || (code == 0 && after == row.after)) << testing::PrintToString(after);
+            if (!failed) {
+                EXPECT_EQ(0U, code);
+                EXPECT_EQ(row.after, after);
+            }
+        }
+        EXPECT_GT(n, 5U);
+        EXPECT_LT(n, 200U);
+    }
+}
+
+} // namespace

@@ -1,0 +1,223 @@
+// Starting, stopping, controlling and watching real services; waits by a clock of the test's own.
+
+#include "services/test_service.h"
+
+namespace {
+
+using ServiceControl = kit::LibraryTest;
+
+TEST_F(ServiceControl, StoppedServiceIsStartedOnce)
+{
+    TestService service("TarvoControl");
+    service.Install("slow");
+    DWORD exitCode = 9;
+    EXPECT_EQ(0U, TARVO_StartService(nullptr, service.Name()));
+    ASSERT_TRUE(service.Reaches(SERVICE_START_PENDING)) << service.State();
+    kit::ImportHook start("StartServiceA", &StartServiceA);
+    EXPECT_EQ(0U, TARVO_StartService(nullptr, service.Name()));
+    EXPECT_EQ(0U, TARVO_WaitForServiceState(nullptr, service.Name(), SERVICE_RUNNING, 10000, &exitCode));
+    EXPECT_EQ(DWORD{SERVICE_RUNNING}, service.State());
+    EXPECT_EQ(0U, exitCode);
+    EXPECT_EQ(0U, TARVO_StartService(nullptr, service.Name()));
+    EXPECT_EQ(0, start.Calls());
+}
+
+TEST_F(ServiceControl, RunningServiceIsStoppedOnce)
+{
+    TestService service("TarvoControl");
+    service.Install("plain");
+    service.Start();
+    DWORD exitCode = 9;
+    EXPECT_EQ(0U, TARVO_StopService(nullptr, service.Name()));
+    EXPECT_EQ(0U, TARVO_WaitForServiceState(nullptr, service.Name(), SERVICE_STOPPED, 10000, &exitCode));
+    EXPECT_EQ(77U, exitCode);
+    EXPECT_EQ(0U, TARVO_StopService(nullptr, service.Name()));
+    EXPECT_EQ("start 1 ", service.Recorded());
+}
+
+TEST_F(ServiceControl, RefusalIsHandedOn)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TestService service("TarvoControl");
+    service.Install("refuses");
+    service.Start();
+    EXPECT_EQ(DWORD{ERROR_INVALID_SERVICE_CONTROL}, TARVO_StopService(nullptr, service.Name()));
+    EXPECT_EQ(SystemTextWithLineEnd(ERROR_INVALID_SERVICE_CONTROL), kit::LastMessage());
+    EXPECT_TRUE(log.Contains("Called with [<Local Machine>] [TarvoControl]"));
+    EXPECT_EQ(DWORD{SERVICE_RUNNING}, service.State());
+}
+
+TEST_F(ServiceControl, UserControlReachesTheService)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TestService service("TarvoControl");
+    service.Install("plain");
+    service.Start();
+    EXPECT_EQ(0U, TARVO_SendUserControl(nullptr, service.Name(), 128));
+    EXPECT_EQ(0U, TARVO_SendUserControl(nullptr, service.Name(), 255));
+    EXPECT_EQ("start 128 255 ", service.Recorded());
+    EXPECT_TRUE(log.Contains("Called with [null] [TarvoControl] [0xFF]"));
+}
+
+TEST_F(ServiceControl, StatusTellsTheInteractiveBitAndTheState)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TestService service("TarvoControl");
+    service.Install("plain", SERVICE_WIN32_OWN_PROCESS | SERVICE_INTERACTIVE_PROCESS);
+    DWORD interactive = 9;
+    DWORD state = 9;
+    EXPECT_EQ(0U, TARVO_GetServiceStatus(nullptr, service.Name(), &interactive, &state));
+    EXPECT_EQ(0x100U, interactive);
+    EXPECT_EQ(DWORD{SERVICE_STOPPED}, state);
+    EXPECT_EQ(0U, TARVO_GetServiceStatus(nullptr, service.Name(), nullptr, nullptr));
+    EXPECT_TRUE(log.Contains("Detected status: interact=[256], state=[1]"));
+    EXPECT_TRUE(log.Contains("Detected status: interact=[-1], state=[-1]"));
+}
+
+TEST_F(ServiceControl, RightsAreToldByOpening)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TestService service("TarvoControl");
+    service.Install("plain");
+    DWORD asked = 0;
+    kit::ImportHook open("OpenServiceA", &OpenServiceA);
+    open.Answer([&](SC_HANDLE manager, const char* name, DWORD access) {
+        asked = access;
+        return open.Original()(manager, name, access);
+    });
+    const struct {
+        decltype(&TARVO_HaveStartStopRights) ask;
+        DWORD access;
+    } cases[] = {{TARVO_HaveChangeConfigRights, 3}, {TARVO_HaveStartStopRights, 0x34}};
+    for (const auto& row : cases) {
+        DWORD rights = 9;
+        EXPECT_EQ(0U, row.ask(nullptr, service.Name(), &rights));
+        EXPECT_EQ(1U, rights);
+        EXPECT_EQ(row.access, asked);
+        EXPECT_EQ(0U, row.ask(nullptr, "TarvoMissing", &rights));
+        EXPECT_EQ(0U, rights);
+        EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, row.ask(nullptr, service.Name(), nullptr));
+    }
+    EXPECT_EQ(2U, log.Count("HaveRights=[1]"));
+}
+
+TEST_F(ServiceControl, InstallRightsAreToldByConnecting)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    kit::ImportHook open("OpenSCManagerA", &OpenSCManagerA);
+    DWORD access = 0;
+    open.Answer([&](const char* machine, const char* database, DWORD wanted) {
+        access = wanted;
+        return open.Original()(machine, database, wanted);
+    });
+    DWORD rights = 9;
+    EXPECT_EQ(0U, TARVO_HaveInstallServiceRights(nullptr, &rights));
+    EXPECT_EQ(1U, rights);
+    EXPECT_EQ(DWORD{SC_MANAGER_CREATE_SERVICE}, access);
+    open.FailAll(ERROR_ACCESS_DENIED, SC_HANDLE{});
+    EXPECT_EQ(0U, TARVO_HaveInstallServiceRights("there", &rights));
+    EXPECT_EQ(0U, rights);
+    EXPECT_EQ(0U, TARVO_HaveInstallServiceRights(nullptr, nullptr));
+    EXPECT_EQ(
+        (std::vector<size_t>{1, 1, 1}),
+        (std::vector<size_t>{log.Count("HaveRights=[1]"), log.Count("HaveRights=[0]"), log.Count("HaveRights=[-1]")}));
+    EXPECT_TRUE(log.Contains("Called with [there]"));
+}
+
+/** The DLL's clock: a sleep moves it on and takes no time. */
+class FakeClock {
+public:
+    explicit FakeClock(DWORD start) : now_(start), ticks_("GetTickCount", &GetTickCount), sleeps_("Sleep", &Sleep)
+    {
+        ticks_.Answer([this] { return now_; });
+        sleeps_.Answer([this](DWORD milliseconds) {
+            now_ += milliseconds;
+            pauses_ += milliseconds == 1000 ? "s" : std::to_string(milliseconds) + " ";
+        });
+    }
+
+    /** @return the pauses in a row: "s" for a second, milliseconds for others. */
+    const std::string& Pauses() const { return pauses_; }
+
+private:
+    DWORD now_;
+    std::string pauses_;
+    kit::ImportHook<decltype(&GetTickCount)> ticks_;
+    kit::ImportHook<decltype(&Sleep)> sleeps_;
+};
+
+struct WaitCase {
+    const char* fact;
+    DWORD start; // of the tick count
+    DWORD timeout;
+    int reachedAt;    // number of the poll that finds the state; 0 for none
+    int polls;        // expected
+    const char* line; // of the time-out, "" without
+};
+
+constexpr WaitCase kWaits[] = {
+    {"a state that is there needs no pause", 0, 60000, 1, 1, ""},
+    {"the state is asked for once a second", 5000, 60000, 4, 4, ""},
+    {"the wait ends once it is longer than the time-out", 0, 60000, 0, 62, "(60 sec)"},
+    {"the last poll wins over the time-out", 0, 60000, 62, 62, ""},
+    {"one poll later is too late", 0, 60000, 63, 62, "(60 sec)"},
+    {"without a time-out there is one pause", 0, 0, 0, 2, "(0 sec)"},
+    {"seconds are cut", 0, 1500, 0, 3, "(1 sec)"},
+    {"the tick count may wrap", 0xFFFFFC00, 3000, 0, 5, "(3 sec)"},
+};
+
+TEST_F(ServiceControl, WaitPollsOnceASecondAndThenJudges)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TestService service("TarvoControl");
+    service.Install("plain");
+    TARVO_SetLanguage(); // leaves a text that must stay
+    for (const WaitCase& row : kWaits) {
+        SCOPED_TRACE(row.fact);
+        const size_t before = log.Lines().size();
+        const FakeClock clock(row.start);
+        kit::ImportHook query("QueryServiceStatus", &QueryServiceStatus);
+        query.Answer([&](SC_HANDLE, SERVICE_STATUS* status) {
+            *status = {};
+            status->dwCurrentState = query.Calls() == row.reachedAt ? SERVICE_RUNNING : SERVICE_START_PENDING;
+            status->dwWin32ExitCode = 55;
+            return TRUE;
+        });
+        DWORD exitCode = 9;
+        EXPECT_EQ(0U, TARVO_WaitForServiceState(nullptr, service.Name(), SERVICE_RUNNING, row.timeout, &exitCode));
+        EXPECT_EQ(row.polls, query.Calls());
+        EXPECT_EQ("100 " + std::string(static_cast<size_t>(row.polls - 1), 's'), clock.Pauses());
+        const bool timedOut = *row.line;
+        EXPECT_EQ(timedOut ? 0U : 55U, exitCode);
+        std::vector<std::string> lines = log.Messages();
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
+        std::vector<std::string> expected = {"{ TARVO_WaitForServiceState",
+                                             "Called with [<Local Machine>] [TarvoControl] [0x4] [" +
+                                                 std::to_string(row.timeout) + "]"};
+        if (timedOut) {
+            expected.push_back("Service::WaitForState: Timeout " + std::string(row.line) +
+                               " waiting for service status elapsed, last status=2");
+            expected.push_back("WaitForState returned=[1460], Resultcode=[0x0]");
+            expected.push_back("GAS timeout problem found! srv=[TarvoControl], timeout=[" +
+                               std::to_string(row.timeout) + "]");
+        } else {
+            expected.push_back("WaitForState returned=[0], Resultcode=[0x37]");
+            expected.push_back("Function TARVO_WaitForServiceState OK.");
+        }
+        expected.push_back("} TARVO_WaitForServiceState");
+        EXPECT_EQ(expected, lines);
+    }
+    EXPECT_EQ(kit::SystemText(ERROR_INVALID_FUNCTION), kit::LastMessage());
+}
+
+TEST_F(ServiceControl, WaitForAServiceThatNeverRunsEnds)
+{
+    TestService service("TarvoControl");
+    service.Install("never-runs");
+    service.Start(SERVICE_START_PENDING);
+    const FakeClock clock(0);
+    EXPECT_EQ(0U, TARVO_WaitForServiceState(nullptr, service.Name(), SERVICE_RUNNING, 60000, nullptr));
+    EXPECT_EQ("100 " + std::string(61, 's'), clock.Pauses());
+}
+
+} // namespace

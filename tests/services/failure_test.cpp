@@ -1,0 +1,297 @@
+// A call of the system that fails: its code and text come out, all that was opened is closed, nothing is recorded.
+
+#include <functional>
+
+#include "services/test_service.h"
+
+namespace {
+
+constexpr char kMissing[] = "TarvoFailureNew";
+constexpr DWORD kCode = ERROR_SERVICE_DATABASE_LOCKED; // no call gives it here by itself
+
+struct Export {
+    const char* name;
+    std::function<DWORD(const char* service)> call;
+};
+
+DWORD Install(const char* service, BOOL change)
+{
+    return TARVO_InstallService(nullptr, service, service, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
+                                "\"C:\\x.exe\"", nullptr, nullptr, nullptr, change);
+}
+
+DWORD number = 0;
+SERVICE_DESCRIPTIONA description = {};
+
+const Export kExports[] = {
+    {"TARVO_InstallService", [](const char* service) { return Install(service, FALSE); }},
+    {"TARVO_ChangeServiceConfig",
+     [](const char* service) {
+         return TARVO_ChangeServiceConfig(nullptr, service, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr, nullptr,
+                                          nullptr, "d");
+     }},
+    {"TARVO_ChangeServiceConfig2",
+     [](const char* service) {
+         return TARVO_ChangeServiceConfig2(nullptr, service, SERVICE_CONFIG_DESCRIPTION,
+                                           reinterpret_cast<DWORD>(&description));
+     }},
+    {"TARVO_GetServiceConfig",
+     [](const char* service) {
+         return TARVO_GetServiceConfig(nullptr, service, &number, nullptr, nullptr, nullptr, nullptr);
+     }},
+    {"TARVO_IsServiceInstalled",
+     [](const char* service) { return TARVO_IsServiceInstalled(nullptr, service, &number); }},
+    {"TARVO_RemoveService", [](const char* service) { return TARVO_RemoveService(nullptr, service); }},
+    {"TARVO_StartService", [](const char* service) { return TARVO_StartService(nullptr, service); }},
+    {"TARVO_StopService", [](const char* service) { return TARVO_StopService(nullptr, service); }},
+    {"TARVO_SendUserControl", [](const char* service) { return TARVO_SendUserControl(nullptr, service, 200); }},
+    {"TARVO_GetServiceStatus",
+     [](const char* service) { return TARVO_GetServiceStatus(nullptr, service, nullptr, &number); }},
+    {"TARVO_WaitForServiceState",
+     [](const char* service) { return TARVO_WaitForServiceState(nullptr, service, SERVICE_RUNNING, 0, nullptr); }},
+    {"TARVO_HaveChangeConfigRights",
+     [](const char* service) { return TARVO_HaveChangeConfigRights(nullptr, service, &number); }},
+    {"TARVO_HaveStartStopRights",
+     [](const char* service) { return TARVO_HaveStartStopRights(nullptr, service, &number); }},
+    {"TARVO_HaveInstallServiceRights", [](const char*) { return TARVO_HaveInstallServiceRights(nullptr, &number); }},
+};
+
+const Export& Find(const std::string& name)
+{
+    for (const Export& row : kExports) {
+        if (row.name == name)
+            return row;
+    }
+    throw std::runtime_error(name);
+}
+
+/** Makes every call of a function fail with kCode. */
+using Failing = std::function<std::shared_ptr<void>()>;
+
+template <class Result, class... Arguments> Failing Fails(const char* name, Result(WINAPI* like)(Arguments...))
+{
+    return [=] {
+        const auto hook = std::make_shared<kit::ImportHook<Result(WINAPI*)(Arguments...)>>(name, like);
+        hook->Answer([](Arguments...) { return SetLastError(kCode), Result{}; });
+        return std::static_pointer_cast<void>(hook);
+    };
+}
+
+BOOL WINAPI FailingChange(SC_HANDLE, DWORD, void*)
+{
+    SetLastError(kCode);
+    return FALSE;
+}
+
+/** The function that the DLL finds by name fails. */
+std::shared_ptr<void> FailFoundFunction()
+{
+    const auto hook = std::make_shared<kit::ImportHook<decltype(&GetProcAddress)>>("GetProcAddress", &GetProcAddress);
+    hook->Answer(
+        [](HMODULE, const char*) { return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&FailingChange)); });
+    return hook;
+}
+
+/** A closing call that works and leaves another last error behind. */
+template <class Function> class Disturbing {
+public:
+    Disturbing(const char* name, Function like) : hook_(name, like)
+    {
+        hook_.Answer([this](auto argument) {
+            const auto result = hook_.Original()(argument);
+            SetLastError(ERROR_INVALID_DATA);
+            return result;
+        });
+    }
+    int Calls() const { return hook_.Calls(); }
+
+private:
+    kit::ImportHook<Function> hook_;
+};
+
+struct FailureCase {
+    const char* exportName;
+    const char* failing; // the call
+    Failing fail;
+    DWORD state;      // of the service as it is told
+    DWORD code;       // expected
+    const char* line; // the last before the closing one, "" for the error line
+};
+
+const FailureCase kFailures[] = {
+    {"TARVO_InstallService", "CreateServiceA", Fails("CreateServiceA", &CreateServiceA), 0, kCode, ""},
+    {"TARVO_InstallService", "LoadLibraryA for the description", Fails("LoadLibraryA", &LoadLibraryA), 0, 0,
+     "Function TARVO_InstallService OK."},
+    {"TARVO_ChangeServiceConfig", "ChangeServiceConfigA", Fails("ChangeServiceConfigA", &ChangeServiceConfigA), 0,
+     kCode, ""},
+    {"TARVO_ChangeServiceConfig", "ChangeServiceConfig2A for the description", FailFoundFunction, 0, 0,
+     "Function TARVO_ChangeServiceConfig OK."},
+    {"TARVO_ChangeServiceConfig2", "LoadLibraryA", Fails("LoadLibraryA", &LoadLibraryA), 0, kCode, ""},
+    {"TARVO_ChangeServiceConfig2", "GetProcAddress", Fails("GetProcAddress", &GetProcAddress), 0, kCode, ""},
+    {"TARVO_ChangeServiceConfig2", "ChangeServiceConfig2A", FailFoundFunction, 0, kCode, ""},
+    {"TARVO_GetServiceConfig", "QueryServiceConfigA", Fails("QueryServiceConfigA", &QueryServiceConfigA), 0, kCode, ""},
+    {"TARVO_GetServiceConfig", "LocalAlloc", Fails("LocalAlloc", &LocalAlloc), 0, kCode, ""},
+    {"TARVO_RemoveService", "DeleteService", Fails("DeleteService", &DeleteService), SERVICE_STOPPED, kCode, ""},
+    {"TARVO_StartService", "StartServiceA", Fails("StartServiceA", &StartServiceA), SERVICE_STOPPED, kCode, ""},
+    {"TARVO_StartService", "StartServiceA of a running one", Fails("StartServiceA", &StartServiceA), SERVICE_PAUSED, 0,
+     "Function TARVO_StartService OK."},
+    {"TARVO_StopService", "ControlService", Fails("ControlService", &ControlService), SERVICE_STOP_PENDING, kCode, ""},
+    {"TARVO_StopService", "ControlService of a stopped one", Fails("ControlService", &ControlService), SERVICE_STOPPED,
+     0, "Function TARVO_StopService OK."},
+    {"TARVO_StopService", "QueryServiceStatus counts as stopped", Fails("QueryServiceStatus", &QueryServiceStatus), 0,
+     0, "Function TARVO_StopService OK."},
+    {"TARVO_SendUserControl", "ControlService", Fails("ControlService", &ControlService), 0, kCode, ""},
+    {"TARVO_GetServiceStatus", "QueryServiceStatus", Fails("QueryServiceStatus", &QueryServiceStatus), 0, kCode, ""},
+    {"TARVO_WaitForServiceState", "QueryServiceStatus", Fails("QueryServiceStatus", &QueryServiceStatus), 0, kCode, ""},
+};
+
+class ServiceFailure : public kit::LibraryTest {
+protected:
+    /** Makes one call while something fails, and looks at everything but what it returns. */
+    void Run(const Export& row, const char* service, const Failing& fail, DWORD state, DWORD code, const char* line)
+    {
+        const kit::TraceLog log(Scratch().Path("trace.log"));
+        const std::string uninstallLog = Scratch().Path("uninstall.log");
+        TARVO_StartUninstallLogging(uninstallLog.c_str(), nullptr);
+        int opened = 0;
+        std::optional<kit::ImportHook<decltype(&QueryServiceStatus)>> status;
+        if (state) {
+            status.emplace("QueryServiceStatus", &QueryServiceStatus);
+            status->Answer([=](SC_HANDLE, SERVICE_STATUS* told) { return told->dwCurrentState = state, TRUE; });
+        }
+        {
+            const CountingHooks hooks(opened);
+            const Disturbing close("CloseServiceHandle", &CloseServiceHandle);
+            const Disturbing free("FreeLibrary", &FreeLibrary);
+            const Disturbing localFree("LocalFree", &LocalFree);
+            const auto failing = fail();
+            EXPECT_EQ(code, row.call(service));
+            EXPECT_EQ(opened, close.Calls()) << "opened and closed";
+        }
+        std::vector<std::string> lines = log.Messages();
+        if (code) {
+            EXPECT_EQ(SystemTextWithLineEnd(code), kit::LastMessage());
+        }
+        const std::string error = "Function " + std::string(row.name) + " error: [" + std::to_string(code) + "] (" +
+                                  SystemTextWithLineEnd(code).substr(0, SystemTextWithLineEnd(code).find('\n'));
+        ASSERT_GT(lines.size(), 3U);
+        EXPECT_EQ("} " + std::string(row.name), lines.back());
+        EXPECT_EQ(*line ? line : error, lines[lines.size() - (*line ? 2 : 3)]);
+        const std::string name = row.name;
+        EXPECT_EQ(!code && (name == "TARVO_InstallService" || name == "TARVO_ChangeServiceConfig"),
+                  kit::FileExists(uninstallLog))
+            << "recorded";
+        DeleteFileA(uninstallLog.c_str());
+    }
+
+private:
+    /** Count what the DLL opens. */
+    struct CountingHooks {
+        explicit CountingHooks(int& opened)
+            : manager("OpenSCManagerA", &OpenSCManagerA), open("OpenServiceA", &OpenServiceA),
+              create("CreateServiceA", &CreateServiceA)
+        {
+            const auto count = [&opened](auto& hook) {
+                hook.Answer([&opened, &hook](auto... arguments) {
+                    const SC_HANDLE handle = hook.Original()(arguments...);
+                    opened += handle != nullptr;
+                    return handle;
+                });
+            };
+            count(manager);
+            count(open);
+            count(create);
+        }
+        kit::ImportHook<decltype(&OpenSCManagerA)> manager;
+        kit::ImportHook<decltype(&OpenServiceA)> open;
+        kit::ImportHook<decltype(&CreateServiceA)> create;
+    };
+};
+
+TEST_F(ServiceFailure, OfOneCallGivesItsCodeAndText)
+{
+    TestService service("TarvoFailure");
+    service.Install("plain");
+    for (const FailureCase& row : kFailures) {
+        SCOPED_TRACE(std::string(row.exportName) + ", " + row.failing);
+        TestService missing(kMissing);
+        const bool installs = std::string(row.exportName) == "TARVO_InstallService";
+        Run(Find(row.exportName), installs ? kMissing : service.Name(), row.fail, row.state, row.code, row.line);
+        EXPECT_EQ(installs && !row.code, missing.Exists());
+    }
+}
+
+TEST_F(ServiceFailure, ToConnectEndsEveryExport)
+{
+    for (const Export& row : kExports) {
+        SCOPED_TRACE(row.name);
+        Run(row, kMissing, Fails("OpenSCManagerA", &OpenSCManagerA), 0, kCode, "");
+    }
+}
+
+TEST_F(ServiceFailure, ToOpenTheServiceEndsAllButTheQuestionsOfRights)
+{
+    for (const Export& row : kExports) {
+        SCOPED_TRACE(row.name);
+        const bool asks = std::string(row.name).find("TARVO_Have") == 0;
+        Run(row, kMissing, Fails("OpenServiceA", &OpenServiceA), 0, asks ? 0 : kCode,
+            asks ? ("Function " + std::string(row.name) + " OK.").c_str() : "");
+    }
+}
+
+TEST_F(ServiceFailure, ToCloseTheCreatedServiceIsAFailureToo)
+{
+    TestService missing(kMissing);
+    kit::ImportHook close("CloseServiceHandle", &CloseServiceHandle);
+    close.Answer([&](SC_HANDLE handle) {
+        const BOOL closed = close.Original()(handle);
+        SetLastError(kCode);
+        return close.Calls() == 1 ? FALSE : closed;
+    });
+    EXPECT_EQ(kCode, Install(kMissing, FALSE));
+    EXPECT_EQ(SystemTextWithLineEnd(kCode), kit::LastMessage());
+}
+
+TEST_F(ServiceFailure, InTheHardwareProfileLeavesTheServiceButNoRecord)
+{
+    TestService service(kMissing);
+    const std::string uninstallLog = Scratch().Path("uninstall.log");
+    TARVO_StartUninstallLogging(uninstallLog.c_str(), nullptr);
+    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
+    open.Answer([](auto...) { return LSTATUS{ERROR_ACCESS_DENIED}; });
+    for (const BOOL change : {FALSE, TRUE}) {
+        EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, Install(kMissing, change));
+        EXPECT_EQ(kit::SystemText(ERROR_ACCESS_DENIED), kit::LastMessage());
+        EXPECT_TRUE(service.Exists());
+        EXPECT_FALSE(kit::FileExists(uninstallLog));
+    }
+}
+
+TEST_F(ServiceFailure, NamesTheStepOfAWaitOrAQuestion)
+{
+    const struct {
+        const char* exportName;
+        Failing fail;
+        const char* line;
+    } cases[] = {
+        {"TARVO_WaitForServiceState", Fails("OpenSCManagerA", &OpenSCManagerA), "Failed to open connection to SCM."},
+        {"TARVO_WaitForServiceState", Fails("OpenServiceA", &OpenServiceA), "Failed to open service."},
+        {"TARVO_WaitForServiceState", Fails("QueryServiceStatus", &QueryServiceStatus),
+         "Waiting for service [TarvoFailure] state failed"},
+        {"TARVO_IsServiceInstalled", Fails("OpenServiceA", &OpenServiceA), "Querying service failed."},
+        {"TARVO_InstallService", Fails("CreateServiceA", &CreateServiceA),
+         "Installing service failed, error code: [1055]"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.line);
+        TestService service("TarvoFailure");
+        if (std::string(row.exportName) != "TARVO_InstallService")
+            service.Install("plain");
+        const kit::TraceLog log(Scratch().Path("trace.log"));
+        const auto failing = row.fail();
+        EXPECT_EQ(kCode, Find(row.exportName).call(service.Name()));
+        EXPECT_EQ(1U, log.Count(row.line));
+    }
+}
+
+} // namespace

@@ -1,0 +1,206 @@
+// Starting programs through the shell, and asking libraries for functions.
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include "kit/kit.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+std::string Shown(const char* text)
+{
+    return text ? text : "<none>";
+}
+
+/** Answers in the place of the shell and notes what it was asked. */
+class ShellExecution : public kit::LibraryTest {
+protected:
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        shell_.emplace("ShellExecuteA", &ShellExecuteA);
+        shell_->Answer([this](HWND owner, const char* verb, const char* program, const char* arguments,
+                              const char* folder, int show) {
+            program_ = Shown(program);
+            arguments_ = Shown(arguments);
+            fixedArguments_ = !owner && !verb && !folder && show == SW_SHOWNORMAL;
+            return reinterpret_cast<HINSTANCE>(answer_);
+        });
+    }
+
+    void TearDown() override
+    {
+        shell_.reset();
+        LibraryTest::TearDown();
+    }
+
+    std::optional<kit::ImportHook<decltype(&ShellExecuteA)>> shell_;
+    INT_PTR answer_ = 33;
+    std::string program_;
+    std::string arguments_;
+    bool fixedArguments_ = false;
+};
+
+struct CommandRow {
+    const char* fact;
+    std::string line;
+    std::string program;
+    std::string arguments;
+};
+
+const CommandRow kCommands[] = {
+    {"without quotes all is the program", R"(C:\a b.exe /x "y")", R"(C:\a b.exe /x "y")", "<none>"},
+    {"a quote further on does not count", R"( "C:\a.exe" /x)", R"( "C:\a.exe" /x)", "<none>"},
+    {"arguments stand right behind the quote", R"("C:\a b.exe" /x "y z" )", R"(C:\a b.exe)", R"( /x "y z" )"},
+    {"they need no blank", R"("C:\a b.exe"/x)", R"(C:\a b.exe)", "/x"},
+    {"a quoted program alone", R"("C:\a b.txt")", R"(C:\a b.txt)", "<none>"},
+    {"without the second quote all is the program", R"("C:\a.exe /x)", R"(C:\a.exe /x)", "<none>"},
+    {"the program may be empty", R"("" /x)", "", " /x"},
+    {"the line may be empty", "", "", "<none>"},
+    {"a quoted program of 259 characters", "\"" + std::string(259, 'p') + "\" /x", std::string(259, 'p'), " /x"},
+    {"a plain program of 300 characters", std::string(300, 'p'), std::string(300, 'p'), "<none>"},
+    {"arguments of any length", "\"p\"" + std::string(5000, 'x'), "p", std::string(5000, 'x')},
+};
+
+TEST_F(ShellExecution, ProgramAndArguments)
+{
+    for (const CommandRow& row : kCommands) {
+        SCOPED_TRACE(row.fact);
+        EXPECT_EQ(0U, TARVO_ShellExecute(row.line.c_str()));
+        EXPECT_EQ(row.program, program_);
+        EXPECT_EQ(row.arguments, arguments_);
+        EXPECT_TRUE(fixedArguments_);
+    }
+    EXPECT_EQ("", kit::LastMessage());
+}
+
+TEST_F(ShellExecution, RefusesWhatItCannotRun)
+{
+    EXPECT_EQ(87U, TARVO_ShellExecute(nullptr));
+    for (const size_t length : {260, 300})
+        EXPECT_EQ(DWORD{ERROR_FILENAME_EXCED_RANGE},
+                  TARVO_ShellExecute(("\"" + std::string(length, 'p') + "\" /x").c_str()));
+    EXPECT_EQ(0, shell_->Calls());
+}
+
+TEST_F(ShellExecution, SuccessIsAbove32)
+{
+    for (const INT_PTR answer : {33, 42, 0x12345678}) {
+        answer_ = answer;
+        EXPECT_EQ(0U, TARVO_ShellExecute("p"));
+    }
+    EXPECT_EQ("", kit::LastMessage());
+    for (const DWORD answer : {32, 31, 2, 0}) {
+        answer_ = static_cast<INT_PTR>(answer);
+        EXPECT_EQ(answer, TARVO_ShellExecute("\"p\" x"));
+        EXPECT_EQ("ShellExecute [\"p\" x] failed with code [" + std::to_string(answer) + "]", kit::LastMessage());
+    }
+}
+
+TEST_F(ShellExecution, TextOfAFailureIsCut)
+{
+    answer_ = 5;
+    EXPECT_EQ(5U, TARVO_ShellExecute(std::string(3000, 'p').c_str()));
+    EXPECT_EQ("ShellExecute [" + std::string(1023 - 14, 'p'), kit::LastMessage());
+}
+
+TEST_F(ShellExecution, TraceShowsTheParts)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TARVO_ShellExecute("\"a b\" c");
+    EXPECT_EQ((Texts{"{ TARVO_ShellExecute", "   Path = [\"a b\" c]", "   Program executable: [a b], arguments: [ c].",
+                     "   Function TARVO_ShellExecute OK.", "} TARVO_ShellExecute"}),
+              log.Indented());
+    TARVO_ShellExecute(nullptr);
+    EXPECT_TRUE(log.Contains("Path = [null]"));
+}
+
+const kit::ChildRole signaller("sign", [](const std::string& argument) { kit::WriteFile(argument, "here"); });
+
+TEST_F(ShellExecution, ReallyStartsTheProgram)
+{
+    AllowOpenHandles(); // the shell keeps some from its first use on
+    shell_->PassThrough();
+    char program[MAX_PATH] = {};
+    GetModuleFileNameA(nullptr, program, sizeof program);
+    const std::string sign = Scratch().Path("si gn");
+    EXPECT_EQ(0U, TARVO_ShellExecute(("\"" + std::string(program) + "\" --child sign \"" + sign + "\"").c_str()));
+    for (int wait = 0; wait < 300 && !kit::FileExists(sign); ++wait)
+        Sleep(100);
+    EXPECT_TRUE(kit::FileExists(sign));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, TARVO_ShellExecute(Scratch().Path("missing.exe").c_str()));
+}
+
+using DllFunctions = kit::LibraryTest;
+
+constexpr char kUnusual[] = "lz32.dll"; // nothing in this process uses it
+
+struct FunctionRow {
+    const char* fact;
+    const char* library;
+    const char* function;
+    BOOL exists;
+    Texts lines; // behind that of the arguments
+};
+
+const FunctionRow kFunctions[] = {
+    {"a loaded library has it", "kernel32.dll", "GetTickCount", TRUE, {"Found. Returning TRUE."}},
+    {"the extension is optional", "kernel32", "GetTickCount", TRUE, {"Found. Returning TRUE."}},
+    {"a loaded library lacks it", "kernel32.dll", "NoSuch", FALSE, {"GetProcAddress failed. Returning FALSE."}},
+    {"letter case matters", "kernel32.dll", "gettickcount", FALSE, {"GetProcAddress failed. Returning FALSE."}},
+    {"a library is loaded for it",
+     kUnusual,
+     "LZCopy",
+     TRUE,
+     {"DLL isn't loaded. Loading...", "Found. Returning TRUE."}},
+    {"a library is loaded in vain",
+     kUnusual,
+     "NoSuch",
+     FALSE,
+     {"DLL isn't loaded. Loading...", "GetProcAddress failed. Returning FALSE."}},
+    {"there is no such library",
+     "no-such-library.dll",
+     "LZCopy",
+     FALSE,
+     {"DLL isn't loaded. Loading...", "Loading failed. Returning FALSE."}},
+};
+
+TEST_F(DllFunctions, AnswersAndUnloads)
+{
+    for (const FunctionRow& row : kFunctions) {
+        SCOPED_TRACE(row.fact);
+        const HMODULE before = GetModuleHandleA(row.library);
+        const kit::TraceLog log(Scratch().Path("trace.log"));
+        EXPECT_EQ(row.exists, TARVO_DllFunctionExist(row.library, row.function));
+        Texts lines = {"{ TARVO_DllFunctionExist",
+                       "DLL: [" + std::string(row.library) + "], function: [" + row.function + "]",
+                       "Function TARVO_DllFunctionExist OK."};
+        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
+        lines.emplace_back("} TARVO_DllFunctionExist");
+        EXPECT_EQ(lines, log.Messages());
+        EXPECT_EQ(before, GetModuleHandleA(row.library));
+    }
+    EXPECT_EQ(nullptr, GetModuleHandleA(kUnusual)); // or the rows about loading show nothing
+}
+
+TEST_F(DllFunctions, LoadedLibraryStays)
+{
+    const HMODULE library = LoadLibraryA(kUnusual);
+    EXPECT_TRUE(TARVO_DllFunctionExist(kUnusual, "LZCopy"));
+    EXPECT_FALSE(TARVO_DllFunctionExist(kUnusual, "NoSuch"));
+    EXPECT_EQ(library, GetModuleHandleA(kUnusual));
+    FreeLibrary(library); // ours was the only hold
+    EXPECT_EQ(nullptr, GetModuleHandleA(kUnusual));
+}
+
+TEST_F(DllFunctions, MissingArguments)
+{
+    EXPECT_FALSE(TARVO_DllFunctionExist(nullptr, "LZCopy"));
+    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
+    EXPECT_FALSE(TARVO_DllFunctionExist("kernel32.dll", nullptr));
+}
+
+} // namespace

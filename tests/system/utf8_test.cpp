@@ -1,0 +1,154 @@
+// The two converters between a code page and UTF-8.
+
+#include <cstring>
+
+#include "kit/kit.h"
+
+namespace {
+
+using Converters = kit::LibraryTest;
+
+constexpr DWORD kWestern = 1252;
+constexpr DWORD kJapanese = 932;
+constexpr int kUntouched = 4711;
+
+struct ConversionRow {
+    const char* fact;
+    bool toUtf8;
+    DWORD codePage;
+    const char* source;
+    std::string_view result;
+};
+
+const ConversionRow kConversions[] = {
+    {"nothing stays nothing", true, kWestern, "", ""},
+    {"ASCII stays as it is", true, kWestern, "a=1", "a=1"},
+    {"two and three bytes", true, kWestern, "\xE4\x80", "\xC3\xA4\xE2\x82\xAC"},
+    {"a double-byte character whose trail byte is a backslash", true, kJapanese, "\x83\x5C\\", "\xE3\x82\xBD\\"},
+    {"UTF-8 is a code page too", true, CP_UTF8, "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+    {"a stray byte of UTF-8 becomes the replacement character", true, CP_UTF8, "a\xFFz", "a\xEF\xBF\xBDz"},
+    {"back to the code page", false, kWestern, "\xC3\xA4\xE2\x82\xAC", "\xE4\x80"},
+    {"back to double bytes", false, kJapanese, "\xE3\x82\xBD\\", "\x83\x5C\\"},
+    {"a character outside the code page", false, kWestern, "a\xE3\x82\xBDz", "a?z"},
+    {"a surrogate pair outside the code page", false, kWestern, "a\xF0\x9F\x98\x80z", "a??z"},
+    {"a surrogate pair", false, CP_UTF8, "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+};
+
+DWORD Convert(const ConversionRow& row, char* destination, int* size)
+{
+    return row.toUtf8 ? TARVO_MultiByteToUtf8(row.source, row.codePage, destination, size)
+                      : TARVO_Utf8ToMultiByte(row.source, destination, row.codePage, size);
+}
+
+TEST_F(Converters, TextAndSizes)
+{
+    AllowOpenHandles(); // the system keeps a code page's table open from its first use on
+    for (const ConversionRow& row : kConversions) {
+        SCOPED_TRACE(row.fact);
+        const int required = static_cast<int>(row.result.size()) + 1;
+        int size = kUntouched;
+        EXPECT_EQ(0U, Convert(row, nullptr, &size));
+        EXPECT_EQ(required, size);
+        for (const int room : {required - 1, 0, -1}) {
+            char buffer[64] = "untouched";
+            size = room;
+            EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, Convert(row, buffer, &size)) << room;
+            EXPECT_EQ(room, size);
+            EXPECT_STREQ("untouched", buffer);
+        }
+        for (const int room : {required, required + 1}) {
+            std::string buffer(64, '~');
+            size = room;
+            EXPECT_EQ(0U, Convert(row, buffer.data(), &size)) << room;
+            EXPECT_EQ(room, size) << "the size given stays";
+            EXPECT_EQ(std::string(row.result) + '\0' + std::string(64 - static_cast<size_t>(required), '~'), buffer);
+        }
+    }
+}
+
+TEST_F(Converters, EachCharacterOfTheCodePageComesBack)
+{
+    std::string all;
+    for (int byte = 1; byte < 256; ++byte)
+        all += static_cast<char>(byte);
+    char utf8[1000];
+    char back[300];
+    int size = sizeof utf8;
+    ASSERT_EQ(0U, TARVO_MultiByteToUtf8(all.c_str(), kWestern, utf8, &size));
+    size = sizeof back;
+    ASSERT_EQ(0U, TARVO_Utf8ToMultiByte(utf8, back, kWestern, &size));
+    EXPECT_EQ(all, back);
+}
+
+TEST_F(Converters, MissingArguments)
+{
+    char buffer[10] = "untouched";
+    int size = sizeof buffer;
+    EXPECT_EQ(87U, TARVO_MultiByteToUtf8(nullptr, kWestern, buffer, &size));
+    EXPECT_EQ(87U, TARVO_MultiByteToUtf8("a", kWestern, buffer, nullptr));
+    EXPECT_EQ(87U, TARVO_MultiByteToUtf8("a", kWestern, nullptr, nullptr));
+    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte(nullptr, buffer, kWestern, &size));
+    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte("a", buffer, kWestern, nullptr));
+    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
+    EXPECT_STREQ("untouched", buffer);
+}
+
+TEST_F(Converters, UnknownCodePage)
+{
+    char buffer[10] = "untouched";
+    int size = sizeof buffer;
+    EXPECT_EQ(87U, TARVO_MultiByteToUtf8("a", 12345, buffer, &size));
+    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte("a", buffer, 12345, &size));
+    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte("a", nullptr, 12345, &size));
+    EXPECT_EQ(int{sizeof buffer}, size);
+    EXPECT_STREQ("untouched", buffer);
+}
+
+TEST_F(Converters, EachFailingConversionGivesItsCode)
+{
+    for (const int failing : {1, 2}) {
+        SCOPED_TRACE(failing);
+        char buffer[10];
+        int size = sizeof buffer;
+        {
+            kit::ImportHook hook("MultiByteToWideChar", &MultiByteToWideChar);
+            hook.FailNth(failing, ERROR_NO_UNICODE_TRANSLATION, 0);
+            EXPECT_EQ(DWORD{ERROR_NO_UNICODE_TRANSLATION}, TARVO_MultiByteToUtf8("a", kWestern, buffer, &size));
+        }
+        kit::ImportHook hook("WideCharToMultiByte", &WideCharToMultiByte);
+        hook.FailNth(failing, ERROR_NO_UNICODE_TRANSLATION, 0);
+        EXPECT_EQ(DWORD{ERROR_NO_UNICODE_TRANSLATION}, TARVO_Utf8ToMultiByte("a", buffer, kWestern, &size));
+    }
+}
+
+TEST_F(Converters, MemoryRunsOut)
+{
+    int failures = 0;
+    WithEachAllocationFailing([&] {
+        char buffer[10] = "untouched";
+        int size = sizeof buffer;
+        const DWORD code = TARVO_MultiByteToUtf8("a", kWestern, buffer, &size);
+        failures += Heap().FailureHappened();
+        EXPECT_EQ(Heap().FailureHappened() ? DWORD{ERROR_NOT_ENOUGH_MEMORY} : 0U, code);
+        EXPECT_STREQ(Heap().FailureHappened() ? "untouched" : "a", buffer);
+    });
+    EXPECT_EQ(1, failures);
+    EXPECT_EQ(kit::SystemText(ERROR_NOT_ENOUGH_MEMORY), kit::LastMessage());
+}
+
+TEST_F(Converters, TraceShowsCodePageAndLengths)
+{
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    char buffer[10];
+    int size = sizeof buffer;
+    EXPECT_EQ(0U, TARVO_Utf8ToMultiByte("\xC3\xA4z", buffer, kWestern, &size));
+    char line[100];
+    snprintf(line, sizeof line, "   Code page=[1252], length=[0x%X]->[10]", reinterpret_cast<unsigned>(&size));
+    EXPECT_EQ((std::vector<std::string>{"{ TARVO_Utf8ToMultiByte", line, "   Required UNICODE length=[3]",
+                                        "   Function TARVO_Utf8ToMultiByte OK.", "} TARVO_Utf8ToMultiByte"}),
+              log.Indented());
+    TARVO_MultiByteToUtf8("a", kWestern, buffer, nullptr);
+    EXPECT_TRUE(log.Contains("Code page=[1252], length=[0x0]->[-1]"));
+}
+
+} // namespace

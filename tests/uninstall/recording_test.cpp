@@ -1,0 +1,181 @@
+// What a setup records: sections and lines of the uninstall log.
+
+#include "uninstall/log_file.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr DWORD kOff = static_cast<DWORD>(-2);
+
+class UninstallRecording : public kit::LibraryTest {
+protected:
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        log_ = Scratch().Path("uninstall.log");
+    }
+
+    void Start(const std::string& file) { EXPECT_EQ(0U, TARVO_StartUninstallLogging(file.c_str(), "plug-in")); }
+    void Start() { Start(log_); }
+
+    std::string log_;
+};
+
+TEST_F(UninstallRecording, SectionsAndLines)
+{
+    Start();
+    EXPECT_FALSE(kit::FileExists(log_)) << "starting makes no file";
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog(R"(C:\first)"));
+    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("name", "value = 2"));
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("Own", "entry", "value", TRUE));
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("Own", "unused", "item", FALSE));
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("Own", nullptr, "item 2", FALSE));
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog(R"(C:\a=b\c d.txt)"));
+    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("empty", ""));
+    EXPECT_EQ((Texts{R"(C:\first=1)", R"(C:\a=b\c d.txt=1)"}), SectionLines(log_, "Files"));
+    EXPECT_EQ((Texts{"name=value = 2", "empty="}), SectionLines(log_, "Custom"));
+    EXPECT_EQ((Texts{"entry=value", "item=1", "item 2=1"}), SectionLines(log_, "Own"));
+    Texts lines = LogLines(log_);
+    std::erase(lines, ""); // a writer may set sections apart
+    EXPECT_EQ((Texts{"[Files]", R"(C:\first=1)", R"(C:\a=b\c d.txt=1)", "[Custom]", "name=value = 2", "empty=", "[Own]",
+                     "entry=value", "item=1", "item 2=1"}),
+              lines);
+}
+
+TEST_F(UninstallRecording, EachItemStandsOnOneLine)
+{
+    Start();
+    for (const char* path : {R"(C:\first)", R"(C:\second)", R"(C:\first)", R"(c:\FIRST)"})
+        EXPECT_EQ(0U, TARVO_AddFileToUninstallLog(path));
+    EXPECT_EQ(2U, SectionLines(log_, "Files").size());
+    EXPECT_EQ(R"(C:\second=1)", SectionLines(log_, "Files")[1]);
+    for (const char* value : {"old", "new"})
+        EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("name", value));
+    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("NAME", "newest"));
+    ASSERT_EQ(1U, SectionLines(log_, "Custom").size());
+    EXPECT_TRUE(SectionLines(log_, "Custom")[0].ends_with("=newest"));
+}
+
+TEST_F(UninstallRecording, OffRecordsNothingAndFailsNobody)
+{
+    const kit::TraceLog trace(Scratch().Path("trace.log"));
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog(R"(C:\a)"));
+    Start();
+    EXPECT_EQ(0U, TARVO_StopUninstallLogging());
+    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("name", "value"));
+    EXPECT_FALSE(kit::FileExists(log_));
+    EXPECT_EQ(2U, trace.Count("TARVO_AddRollbackEntry: No rollback log file."));
+    EXPECT_TRUE(trace.Contains("Single entry: file=[] section=[Custom] entry=[name] value=[value]"));
+}
+
+TEST_F(UninstallRecording, StoppingWhenOff)
+{
+    EXPECT_EQ(kOff, TARVO_StopUninstallLogging());
+    EXPECT_EQ("Uninstall logging is not started", kit::LastMessage());
+    Start();
+    EXPECT_EQ(0U, TARVO_StopUninstallLogging());
+    EXPECT_EQ(kOff, TARVO_StopUninstallLogging());
+    Start();
+    Reload();
+    EXPECT_EQ(kOff, TARVO_StopUninstallLogging()) << "a fresh library does not record";
+}
+
+TEST_F(UninstallRecording, SecondStartSwitches)
+{
+    const std::string second = Scratch().Path("second.log");
+    Start();
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("one"));
+    Start(second);
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("two"));
+    EXPECT_EQ(Texts{"one=1"}, SectionLines(log_, "Files"));
+    EXPECT_EQ(Texts{"two=1"}, SectionLines(second, "Files"));
+}
+
+TEST_F(UninstallRecording, ReadOnlyLogIsMadeWritableAndKept)
+{
+    kit::WriteFile(log_, "[Files]\r\nold=1\r\n");
+    SetFileAttributesA(log_.c_str(), FILE_ATTRIBUTE_READONLY);
+    Start();
+    EXPECT_EQ(0U, GetFileAttributesA(log_.c_str()) & FILE_ATTRIBUTE_READONLY);
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("new"));
+    EXPECT_EQ((Texts{"old=1", "new=1"}), SectionLines(log_, "Files"));
+}
+
+TEST_F(UninstallRecording, StartThatFailsLeavesTheEarlierLog)
+{
+    const std::string second = Scratch().Make("second.log");
+    SetFileAttributesA(second.c_str(), FILE_ATTRIBUTE_READONLY);
+    Start();
+    {
+        kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA);
+        set.FailAll(ERROR_ACCESS_DENIED, FALSE);
+        EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, TARVO_StartUninstallLogging(second.c_str(), nullptr));
+        EXPECT_EQ(kit::SystemText(ERROR_ACCESS_DENIED), kit::LastMessage());
+    }
+    EXPECT_EQ(87U, TARVO_StartUninstallLogging(nullptr, nullptr));
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
+    EXPECT_EQ(Texts{"item=1"}, SectionLines(log_, "Files"));
+}
+
+TEST_F(UninstallRecording, MissingTextsLeaveTheLogAsItIs)
+{
+    Start();
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("Own", "entry", "value", TRUE));
+    const Texts before = LogLines(log_);
+    EXPECT_EQ(87U, TARVO_AddRollbackEntry(nullptr, "entry", "value", TRUE));
+    EXPECT_EQ(87U, TARVO_AddRollbackEntry("Own", nullptr, "value", TRUE));
+    EXPECT_EQ(87U, TARVO_AddRollbackEntry("Own", "entry", nullptr, TRUE));
+    EXPECT_EQ(87U, TARVO_AddRollbackEntry("Own", "entry", nullptr, FALSE));
+    EXPECT_EQ(87U, TARVO_AddFileToUninstallLog(nullptr));
+    EXPECT_EQ(87U, TARVO_SetCustomUnInstallString(nullptr, "value"));
+    EXPECT_EQ(87U, TARVO_SetCustomUnInstallString("name", nullptr));
+    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
+    EXPECT_EQ(before, LogLines(log_));
+}
+
+TEST_F(UninstallRecording, NameIsCutTo259Characters)
+{
+    std::string file;
+    kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA);
+    write.Answer([&](const char*, const char*, const char*, const char* name) { return file = name, TRUE; });
+    const std::string name = Scratch().Path(std::string(300, 'n'));
+    for (const size_t length : {258, 259, 260, 300}) {
+        EXPECT_EQ(0U, TARVO_StartUninstallLogging(name.substr(0, length).c_str(), nullptr));
+        EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
+        EXPECT_EQ(name.substr(0, std::min<size_t>(length, 259)), file);
+    }
+}
+
+TEST_F(UninstallRecording, FailureToWriteIsOnlyTraced)
+{
+    Start();
+    const kit::TraceLog trace(Scratch().Path("trace.log"));
+    kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA);
+    write.FailAll(ERROR_DISK_FULL, FALSE);
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
+    EXPECT_EQ(0U, TARVO_CreateRegistryEntry((Key().Locator("k") + R"(\\name|data)").c_str(), REG_SZ, FALSE));
+    EXPECT_TRUE(kit::ReadValue(Key().Path("k"), "name"));
+    EXPECT_EQ(3U, trace.Count("TARVO_AddRollbackEntry: WritePrivateProfileString() failed with error code [112]"));
+    EXPECT_EQ("", kit::LastMessage());
+}
+
+TEST_F(UninstallRecording, TraceOfStartAndItem)
+{
+    const kit::TraceLog trace(Scratch().Path("trace.log"));
+    Start();
+    TARVO_StartUninstallLogging(nullptr, nullptr);
+    EXPECT_TRUE(trace.Contains("Uninstall file=[" + log_ + "] started by plugin=[plug-in]"));
+    EXPECT_TRUE(trace.Contains("Uninstall file=[null] started by plugin=[null]"));
+    TARVO_StopUninstallLogging();
+    Start();
+    const kit::TraceLog item(Scratch().Path("item.log"));
+    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
+    EXPECT_EQ((Texts{"{ TARVO_AddFileToUninstallLog", "   { TARVO_AddRollbackEntry",
+                     "      Not single entry: file=[" + log_ + "] section=[Files] entry=[item] value=[1]",
+                     "      Function TARVO_AddRollbackEntry OK.", "   } TARVO_AddRollbackEntry",
+                     "   Function TARVO_AddFileToUninstallLog OK.", "} TARVO_AddFileToUninstallLog"}),
+              item.Indented());
+}
+
+} // namespace

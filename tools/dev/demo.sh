@@ -1,0 +1,310 @@
+#!/usr/bin/env bash
+# The story that ./dev demo tells, on the new machine that is WINEPREFIX: a
+# product is installed, replaced while in use, and uninstalled without a trace,
+# by the setups of examples/nsis. Every "+" is a check; the first that fails
+# ends the story.
+set -euo pipefail
+: "${WINEPREFIX:?"run ./dev demo"}"
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+built=$root/build/release/examples
+package=$root/examples/product
+work=$root/build/demo
+noise=$work/wine.log
+drive=$WINEPREFIX/drive_c
+
+readonly restart_needed=$((3010 % 256)) # a Unix exit status has 8 bits
+readonly product_key='HKLM\Software\Harbour\Lantern'
+readonly programs_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall'
+readonly session_manager='HKLM\System\CurrentControlSet\Control\Session Manager'
+
+main() {
+    rm -f "$work"/*.log "$work"/*.txt
+    program_files='Program Files (x86)'
+    [[ -d $drive/$program_files ]] || program_files='Program Files'
+    folder=$drive/$program_files/Harbour/Lantern
+    folder_in_windows="C:\\$program_files\\Harbour\\Lantern"
+    uninstall_log=$drive/ProgramData/Lantern-uninstall.log
+    shortcut="$drive/ProgramData/Microsoft/Windows/Start Menu/Programs/Lantern/Lantern.lnk"
+
+    look_at_new_machine
+    install_version_1
+    leave_program_running
+    install_version_2
+    restart_into_version_2
+    uninstall
+    restart_into_nothing
+    show_logs
+}
+
+# ---- The story --------------------------------------------------------------
+
+look_at_new_machine() {
+    step "A new machine, before anything is installed"
+    snapshot "$work/before.txt"
+    check "nothing of the product: no files, no keys" not grep -qiE 'Harbour|Lantern' "$work/before.txt"
+    check "nothing is to happen at the next restart" is "" "$(pending)"
+    tell "noted: $(wc -l <"$work/before.txt") lines of files, folders, registry keys and pending operations"
+}
+
+install_version_1() {
+    step "Version 1 is installed"
+    run_setup 0 "$built/setup-1.exe"
+    check "program, library and data are there" installed_is lantern-1.exe wick.dll words-1.txt
+    check "the data file is read-only" is_read_only "$folder/data/words.txt"
+    check "settings in the 32-bit view: version 1" is 0x1 "$(registry 32 "$product_key" Version)"
+    check "settings in the 64-bit view: version 1" is 0x1 "$(registry 64 "$product_key" Version)"
+    check "a list of two texts among them" is 'red\0green' "$(registry 32 "$product_key\\Wicks" Colours)"
+    check "the list of installed programs names it" \
+        is 'Lantern 1' "$(registry 32 "$programs_key\\Lantern" DisplayName)"
+    check "a shortcut in the start menu" test -f "$shortcut"
+    check "the uninstall log has the program" is_recorded Files "$folder_in_windows\\lantern.exe=1"
+    check "the uninstall log has the 64-bit setting" is_recorded 'Registry entries unvirtualized' \
+        'HKEY_LOCAL_MACHINE\Software\Harbour\Lantern\\Version=1'
+    check "nothing waits for a restart" is "" "$(pending)"
+}
+
+leave_program_running() {
+    step "The program is left running: its files are in use"
+    start_program
+    check "it tells: lantern 1 with wick 1" is "lantern 1 with wick 1" "$told"
+}
+
+install_version_2() {
+    step "Version 2 is installed over it"
+    run_setup "$restart_needed" "$built/setup-2.exe"
+    check "TARVO_CopyFileEx reported: program in use, restart needed" \
+        reported "in use, comes at the restart: $folder_in_windows\\lantern.exe"
+    check "TARVO_DeleteFileEx reported: old library in use, restart needed" \
+        reported "in use, goes at the restart: $folder_in_windows\\wick.dll"
+    check "program and library are still those of version 1" installed_is lantern-1.exe wick.dll words-2.txt
+    check "the new program waits beside the old one" cmp -s "$built/lantern-2.exe" "$folder/lantern.1"
+    check "the read-only data file was replaced at once" is_read_only "$folder/data/words.txt"
+    check "settings in both views: version 2" is "0x2 0x2" \
+        "$(registry 32 "$product_key" Version) $(registry 64 "$product_key" Version)"
+    tell "pending at the Session Manager:"
+    pending | indent
+    check "just these: the new program over the old one, and the old library's deletion" is \
+        "\\??\\$folder_in_windows\\lantern.1 -> !\\??\\$folder_in_windows\\lantern.exe
+\\??\\$folder_in_windows\\wick.dll -> (deleted)" "$(pending)"
+}
+
+restart_into_version_2() {
+    step "The machine is restarted"
+    restart
+    check "the pending list is used up" is "" "$(pending)"
+    check "the new program is in place, nothing beside it" \
+        is "data lantern.exe uninstall.exe words.txt" "$(names_below "$folder")"
+    check "the old library is gone, program and data are those of version 2" installed_is lantern-2.exe words-2.txt
+    start_program
+    check "started again, it tells: lantern 2" is "lantern 2" "$told"
+}
+
+uninstall() {
+    step "It is uninstalled while running; the uninstaller is in use itself"
+    cp "$uninstall_log" "$work/uninstall-log.txt"
+    # What follows _?= must not be quoted, blanks or not.
+    local in_place
+    read -ra in_place <<<"_?=$folder_in_windows"
+    run_setup "$restart_needed" "$folder/uninstall.exe" "${in_place[@]}"
+    check "TARVO_GetCustomUnInstallString gave back what setup 2 had set" reported "the log says: version 2"
+    check "files that were not in use are gone" is "lantern.exe uninstall.exe" "$(names_below "$folder")"
+    check "the shortcut is gone" not test -e "$shortcut"
+    check "the keys are gone in the 32-bit view" not has_key 32 'HKLM\Software\Harbour'
+    check "the keys are gone in the 64-bit view" not has_key 64 'HKLM\Software\Harbour'
+    check "the list of installed programs is as before" not has_key 32 "$programs_key\\Lantern"
+    check "the uninstall log is gone" not test -e "$uninstall_log"
+    tell "pending at the Session Manager:"
+    pending | indent
+    check "the running program is to be deleted" \
+        has_line "\\??\\$folder_in_windows\\lantern.exe -> (deleted)" "$(pending)"
+    check "the uninstaller is to be deleted" \
+        has_line "\\??\\$folder_in_windows\\uninstall.exe -> (deleted)" "$(pending)"
+    check "their folder is to be deleted" has_line "\\??\\$folder_in_windows -> (deleted)" "$(pending)"
+}
+
+restart_into_nothing() {
+    step "The machine is restarted again"
+    restart
+    snapshot "$work/after.txt"
+    check "files, folders, both registry views and the pending list are as on the new machine" \
+        same "$work/before.txt" "$work/after.txt"
+}
+
+show_logs() {
+    step "The uninstall log, as the uninstaller found it"
+    tr -d '\r' <"$work/uninstall-log.txt" | indent
+    step "The setup log: the calls of both setups and the uninstaller ($(wc -l <"$work/setup.log") lines)"
+    tr -d '\r' <"$work/setup.log" | outer_calls | indent
+    echo
+    tell "The whole setup log: $work/setup.log"
+    tell "Every step was as it should be; nothing is left of the product."
+}
+
+# ---- What the machine does --------------------------------------------------
+
+windows() {
+    "$root/tools/dev/wine-run.sh" "$@" 2>>"$noise"
+}
+
+# run_setup EXIT-STATUS PROGRAM [ARGUMENT...]: silently, then tells its report.
+run_setup() {
+    local expected=$1 program=$2 status=0
+    shift 2
+    rm -f "$work/report.txt"
+    LANTERN_LOG=$(in_windows "$work/setup.log") LANTERN_REPORT=$(in_windows "$work/report.txt") \
+        windows "$program" /S "$@" >>"$noise" || status=$?
+    [[ ! -f $work/report.txt ]] || tr -d '\r' <"$work/report.txt" | indent
+    case $expected in
+        0) check "it ended with 0" is 0 "$status" ;;
+        *) check "it ended with 3010: a restart is needed" is "$expected" "$status" ;;
+    esac
+}
+
+# Leaves the program running, and its first line in told.
+start_program() {
+    exec {program}< <(windows "$folder/lantern.exe" stay)
+    told=
+    read -r -t 60 -u "$program" told || true
+    told=${told%$'\r'}
+}
+
+program_ended() {
+    local status=0
+    read -r -t 20 -u "$program" || status=$?
+    ((status == 1)) # end of its output; a time-out gives more
+}
+
+restart() {
+    "$root/dev" restart >>"$noise" 2>&1
+    check "the running program ended with it" program_ended
+}
+
+# ---- What the machine is asked, by doors of its own -------------------------
+
+in_windows() {
+    echo "Z:${1//\//\\}"
+}
+
+# Its pending operations, one a line: source -> target.
+pending() {
+    local source target
+    registry 64 "$session_manager" PendingFileRenameOperations | sed 's/\\0/\n/g' |
+        while IFS= read -r source && [[ $source ]]; do
+            IFS= read -r target || true
+            echo "$source -> ${target:-(deleted)}"
+        done
+}
+
+# registry VIEW KEY NAME: the data of a value; nothing if there is none.
+registry() {
+    windows reg query "$2" /v "$3" "/reg:$1" | tr -d '\r' | sed -n 's/^ .*    REG_[A-Z_]*    //p' || true
+}
+
+has_key() {
+    windows reg query "$2" "/reg:$1" >>"$noise"
+}
+
+# What must be the same before and after.
+snapshot() {
+    local view
+    {
+        (cd "$drive" && find . -printf '%y %P\n' | LC_ALL=C sort)
+        for view in 32 64; do
+            echo "registry, $view-bit view"
+            windows reg query 'HKLM\Software' "/reg:$view" || true
+            windows reg query "$programs_key" /s "/reg:$view" || true
+            windows reg query "$product_key" /s "/reg:$view" || true
+        done
+        windows reg query 'HKCU\Software' || true
+        echo "pending operations"
+        pending
+    } >"$1"
+}
+
+names_below() {
+    find "$1" -mindepth 1 -printf '%f\n' | LC_ALL=C sort | paste -sd ' '
+}
+
+# installed_is FILE...: what was installed is the same, byte for byte.
+installed_is() {
+    local file
+    for file; do
+        case $file in
+            lantern-*) cmp -s "$built/$file" "$folder/lantern.exe" || return 1 ;;
+            words-*) cmp -s "$package/$file" "$folder/data/words.txt" || return 1 ;;
+            *) cmp -s "$built/$file" "$folder/$file" || return 1 ;;
+        esac
+    done
+}
+
+is_read_only() {
+    [[ $(stat -c %A "$1") == -r--* ]]
+}
+
+# is_recorded SECTION LINE
+is_recorded() {
+    tr -d '\r' <"$uninstall_log" | section="$1" line="$2" awk '
+        /^\[/ { inside = $0 == "[" ENVIRON["section"] "]" }
+        inside && $0 == ENVIRON["line"] { found = 1 }
+        END { exit !found }'
+}
+
+reported() {
+    has_line "$1" "$(tr -d '\r' <"$work/report.txt")"
+}
+
+# ---- Telling and checking ---------------------------------------------------
+
+steps=0
+
+step() {
+    printf '\n%d. %s\n' $((++steps)) "$1"
+}
+
+tell() {
+    printf '   %s\n' "$1"
+}
+
+indent() {
+    sed 's/^/     /'
+}
+
+# The blocks of a trace that the caller's own calls opened, with their first line.
+outer_calls() {
+    sed -nE 's/^[0-9]\t[0-9: \/]*\t(\{ .*|   [^ {}].*|TARVO.DLL version .*)/\1/p'
+}
+
+# check FACT COMMAND...
+check() {
+    local fact=$1
+    shift
+    if "$@"; then
+        printf '   + %s\n' "$fact"
+    else
+        printf '   - NOT SO: %s\n     see %s\n' "$fact" "$work"
+        exit 1
+    fi
+}
+
+not() {
+    ! "$@"
+}
+
+is() {
+    [[ $2 == "$1" ]] || {
+        printf '     expected: %s\n     found:    %s\n' "$1" "$2"
+        return 1
+    }
+}
+
+has_line() {
+    grep -qxF -- "$1" <<<"$2"
+}
+
+same() {
+    diff "$1" "$2" | indent
+    cmp -s "$1" "$2"
+}
+
+main "$@"

@@ -1,0 +1,42 @@
+# shellcheck shell=bash
+# Form and static checks.
+
+lint() {
+    local status=0
+    check_format || status=1
+    check_shell || status=1
+    run_clang_tidy "$@" || status=1
+    return "$status"
+}
+
+project_files() {
+    git -c safe.directory="$root" -C "$root" ls-files -z --cached --others --exclude-standard -- "$@"
+}
+
+check_format() {
+    (cd "$root" && project_files '*.h' '*.cpp' | xargs -0 -r clang-format --dry-run -Werror)
+}
+
+check_shell() {
+    command -v shellcheck >/dev/null || return 0
+    # Checks what these source with them. The codes left out are about variables
+    # that subshells set on purpose, and functions called without arguments.
+    (cd "$root" && shellcheck -x -a -e SC2030,SC2031,SC2119,SC2120 \
+        dev .ci/run tools/dev/{enter-tree,wine-run}.sh)
+}
+
+# run_clang_tidy [FILE-PATTERN...]
+# The compile commands are GCC's; clang needs the target named, and GCC's own
+# C++ headers.
+run_clang_tidy() {
+    local gcc headers
+    gcc=$(dirname "$(i686-w64-mingw32-g++-posix -print-libgcc-file-name)")
+    headers=$gcc/include/c++
+    (($#)) || set -- "^$root/(src|tests|bench|examples)/.*\.(c|cpp)\$"
+    run-clang-tidy -quiet -p "$build" -j "$(nproc)" \
+        -extra-arg-before=--target=i686-w64-mingw32 \
+        -extra-arg=-isystem"$headers" \
+        -extra-arg=-isystem"$headers/i686-w64-mingw32" \
+        -extra-arg=-Wno-unknown-warning-option \
+        "$@"
+}

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# wine-run.sh PROGRAM...
+# Becomes a Windows program under the Wine that ./dev has chosen: in the current
+# folder, with the environment as it is and the program's exit status (8 bits).
+# CMake and ctest call it as the emulator.
+set -euo pipefail
+
+root=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd -P)
+source "$root/tools/dev/wine-entry.sh" || {
+    echo "wine-run: no Wine has been chosen yet: run ./dev setup" >&2
+    exit 125
+}
+exec "${wine_entry[@]}" wine "$@"
