@@ -141,7 +141,7 @@ TEST_F(TraceRunTimeStart, NoPathIsTheCommonFolder)
     kit::ImportHook folder("SHGetFolderPathA", reinterpret_cast<HRESULT(WINAPI*)(HWND, int, HANDLE, DWORD, char*)>(0));
     folder.Answer([this](HWND, int number, HANDLE, DWORD, char* path) {
         EXPECT_EQ(0x23, number & 0xFF);
-        strcpy(path, Scratch().Path("common").c_str());
+        snprintf(path, MAX_PATH, "%s", Scratch().Path("common").c_str());
         return S_OK;
     });
     const std::string log = Scratch().Path("common\\Velmora\\Logs\\Setup\\tarvo.log");

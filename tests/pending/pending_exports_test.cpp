@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 using kit::PendingValue;
 using Pairs = PendingValue::Pairs;
 using PendingExports = kit::LibraryTest;
@@ -125,7 +127,7 @@ TEST_F(PendingExports, PairsAreStoredAsZeroTerminatedTexts)
     PendingValue::Remove();
     TARVO_RenameAfterReboot("C:\\a", "C:\\b");
     TARVO_RenameAfterReboot("C:\\c", nullptr);
-    constexpr std::wstring_view expected(L"\\??\\C:\\a\0!\\??\\C:\\b\0\\??\\C:\\c\0\0", 30);
+    constexpr std::wstring_view expected = L"\\??\\C:\\a\0!\\??\\C:\\b\0\\??\\C:\\c\0\0"sv;
     const auto written = PendingValue::ReadRaw();
     PendingValue::WriteRaw(expected);
     EXPECT_EQ(PendingValue::ReadRaw(), written);

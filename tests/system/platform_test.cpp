@@ -4,6 +4,7 @@
 
 #include <lm.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "kit/kit.h"
@@ -43,7 +44,7 @@ protected:
         version_.wServicePackMajor = 5;
         version_.wServicePackMinor = 6;
         version_.wProductType = product;
-        strcpy(version_.szCSDVersion, servicePack);
+        snprintf(version_.szCSDVersion, sizeof version_.szCSDVersion, "%s", servicePack);
     }
 
     void SayNothing() { works_ = false; }
