@@ -187,7 +187,7 @@ DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char* locator, DWORD type
  * @return 0; ERROR_INVALID_PARAMETER, a text is NULL or empty; ERROR_INSUFFICIENT_BUFFER, together too long for a
  *         locator; or the code of TARVO_CreateRegistryEntry.
  */
-DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char *version, _In_z_ const char *product);
+DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char* version, _In_z_ const char* product);
 
 /**
  * Puts a copy of a shared library on the list of its name, newest file first, files without a version last; what the
@@ -197,17 +197,18 @@ DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char *version, _In_z_ const c
  * @return 0; ERROR_INVALID_PARAMETER, NULL or empty; ERROR_FILENAME_EXCED_RANGE; ERROR_INVALID_DATA, the value is no
  *         text list and stays; or the registry's code.
  */
-DWORD __cdecl TARVO_RegisterDelayLoadLibrary(_In_z_ const char *path);
+DWORD __cdecl TARVO_RegisterDelayLoadLibrary(_In_z_ const char* path);
 
-/** Takes a copy off the list, the value and the key with the last one. @return as above; 0 too if it was not on a list */
-DWORD __cdecl TARVO_UnRegisterDelayLoadLibrary(_In_z_ const char *path);
+/** Takes a copy off the list, the value and the key with the last one. @return as above; 0 too if it was not on a list
+ */
+DWORD __cdecl TARVO_UnRegisterDelayLoadLibrary(_In_z_ const char* path);
 
 /**
  * Registers where a localization resource lies: directory and base name in one path. Recorded. The current security
  * policy is put on the key.
  * @return 0; ERROR_INVALID_PARAMETER, a text is NULL or empty; ERROR_FILENAME_EXCED_RANGE; or the registry's code.
  */
-DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char *directory, _In_z_ const char *baseName);
+DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char* directory, _In_z_ const char* baseName);
 
 /**
  * Registers a source of the Application event log, or overwrites one. Not recorded: TARVO_DeleteEventSource removes it.
@@ -217,11 +218,11 @@ DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char *directory, _
  * @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_INSUFFICIENT_BUFFER, too long a source; or the
  *         registry's code, values written before stay.
  */
-DWORD __cdecl TARVO_AddEventSource(_In_z_ const char *source, _In_z_ const char *messageFile, DWORD types,
+DWORD __cdecl TARVO_AddEventSource(_In_z_ const char* source, _In_z_ const char* messageFile, DWORD types,
                                    DWORD categories);
 
 /** @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_FILE_NOT_FOUND; or the registry's code */
-DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char *source);
+DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
 
 /* ---- Uninstall log: recording --------------------------------------------------------------------------------- */
 
@@ -681,24 +682,25 @@ DWORD __cdecl TARVO_InstallDefaultPolicyFile(_In_z_ const char* source, _In_z_ c
  * @param runState  SW_SHOWNORMAL, SW_SHOWMAXIMIZED or SW_SHOWMINNOACTIVE.
  * @return 0; ERROR_FILENAME_EXCED_RANGE; the code of making the folder; 0xFFFFFFFF, the shell failed.
  */
-DWORD __cdecl TARVO_AddShortCut(_In_z_ const char *group, _In_z_ const char *description, _In_z_ const char *file,
-                                _In_opt_z_ const char *startIn, DWORD runState);
+DWORD __cdecl TARVO_AddShortCut(_In_z_ const char* group, _In_z_ const char* description, _In_z_ const char* file,
+                                _In_opt_z_ const char* startIn, DWORD runState);
 
 /**
  * Deletes a shortcut, and its group folder if that has become empty.
  * @return 0; ERROR_FILE_NOT_FOUND; ERROR_FILENAME_EXCED_RANGE; another code of deleting the file; 0xFFFFFFFF.
  */
-DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char *group, _In_z_ const char *description);
+DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char* group, _In_z_ const char* description);
 
 /* ---- Dialogs and restart ---------------------------------------------------------------------------------------- */
 
 /**
  * Shows the please-wait window, centred, with a caption and a line of text; one already shown goes first. It belongs to
- * the calling thread, which must dispatch messages for it to paint, and goes with TARVO_HideProgressDialog or the library.
+ * the calling thread, which must dispatch messages for it to paint, and goes with TARVO_HideProgressDialog or the
+ * library.
  * @return 0; 0xFFFFFFFF, nothing is shown
  */
-DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const char *caption,
-                                       _In_opt_z_ const char *message);
+DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const char* caption,
+                                       _In_opt_z_ const char* message);
 
 /** Removes the please-wait window. @return 0, also if there is none */
 DWORD __cdecl TARVO_HideProgressDialog(void);
@@ -718,8 +720,8 @@ DWORD __cdecl TARVO_Reboot(int mode);
  * @param user, domain  Receive the names, cut and terminated; a size of 0 gets nothing.
  * @return 0; 1, cancelled; 2, the browser is not available; ERROR_INVALID_PARAMETER, a buffer is NULL
  */
-DWORD __cdecl TARVO_DlgSelectUser(_In_opt_ HWND owner, _Out_writes_z_(userSize) char *user, DWORD userSize,
-                                  _Out_writes_z_(domainSize) char *domain, DWORD domainSize);
+DWORD __cdecl TARVO_DlgSelectUser(_In_opt_ HWND owner, _Out_writes_z_(userSize) char* user, DWORD userSize,
+                                  _Out_writes_z_(domainSize) char* domain, DWORD domainSize);
 
 /**
  * Lets the person choose a folder of the file system (SHBrowseForFolder). The current directory stays.
@@ -730,23 +732,23 @@ DWORD __cdecl TARVO_DlgSelectUser(_In_opt_ HWND owner, _Out_writes_z_(userSize) 
  *                         folder chosen; as it was if none was.
  * @return 0; 1, cancelled; ERROR_NOT_ENOUGH_MEMORY, no shell allocator; ERROR_BAD_PATHNAME, no folder of a file system
  */
-DWORD __cdecl TARVO_DlgSelectSharedFolderEx(_In_opt_ HWND hParentWnd, _In_opt_z_ const char *pchTitle,
-                                            _In_opt_z_ const char *pchInstructions, BOOL bEditBoxEnable,
+DWORD __cdecl TARVO_DlgSelectSharedFolderEx(_In_opt_ HWND hParentWnd, _In_opt_z_ const char* pchTitle,
+                                            _In_opt_z_ const char* pchInstructions, BOOL bEditBoxEnable,
                                             BOOL bNewDialogStyle, BOOL bMyComputerOnly,
-                                            _Inout_updates_z_(MAX_PATH) char *folder);
+                                            _Inout_updates_z_(MAX_PATH) char* folder);
 
 /**
  * As TARVO_DlgSelectSharedFolderEx without options or initial folder.
  * @param pdwBufferLen  Bytes at pchBuffer; receives the bytes that the folder needs.
  * @return as there; 1 with the text "Buffer is too small." too, the buffer then untouched
  */
-DWORD __cdecl TARVO_DlgSelectSharedFolder(_In_opt_ HWND hParentWnd, _Out_writes_z_(*pdwBufferLen) char *pchBuffer,
-                                          _Inout_ DWORD *pdwBufferLen);
+DWORD __cdecl TARVO_DlgSelectSharedFolder(_In_opt_ HWND hParentWnd, _Out_writes_z_(*pdwBufferLen) char* pchBuffer,
+                                          _Inout_ DWORD* pdwBufferLen);
 
 /* ---- Management plug-ins ---------------------------------------------------------------------------------------- */
 
 /** Registers a plug-in of the management console: its ImagePath. Recorded. @return as TARVO_CreateRegistryEntry */
-DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char *name, _In_z_ const char *path);
+DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char* name, _In_z_ const char* path);
 
 /**
  * Registers a plug-in of the management agent; each value is recorded. All is written as it is given.
@@ -757,21 +759,21 @@ DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char *name, _In_z_ const char
  *         TARVO_CreateRegistryEntry, values written so far stay.
  */
 DWORD __cdecl TARVO_RegisterKobaPlugInEx(DWORD reserved, DWORD type, DWORD startMode, DWORD errorControl,
-                                         _In_z_ const char *name, _In_z_ const char *oid, _In_z_ const char *path,
-                                         _In_ const char *dependencies, DWORD restartAttempts, DWORD restartInterval,
+                                         _In_z_ const char* name, _In_z_ const char* oid, _In_z_ const char* path,
+                                         _In_ const char* dependencies, DWORD restartAttempts, DWORD restartInterval,
                                          DWORD waitingInterval);
 
 /** As TARVO_RegisterKobaPlugInEx, without the three restart values. */
 DWORD __cdecl TARVO_RegisterKobaPlugIn(DWORD reserved, DWORD type, DWORD startMode, DWORD errorControl,
-                                       _In_z_ const char *name, _In_z_ const char *oid, _In_z_ const char *path,
-                                       _In_ const char *dependencies);
+                                       _In_z_ const char* name, _In_z_ const char* oid, _In_z_ const char* path,
+                                       _In_ const char* dependencies);
 
 /**
  * Sets one more value of a registered agent plug-in (RegSetValueEx). Recorded.
  * @return 0; ERROR_INVALID_PARAMETER, no name; ERROR_FILE_NOT_FOUND, no such plug-in; or the registry's code.
  */
-DWORD __cdecl TARVO_RegisterKobaPlugInProperty(_In_z_ const char *name, _In_opt_z_ const char *property, DWORD type,
-                                               _In_reads_bytes_(size) const void *data, DWORD size);
+DWORD __cdecl TARVO_RegisterKobaPlugInProperty(_In_z_ const char* name, _In_opt_z_ const char* property, DWORD type,
+                                               _In_reads_bytes_(size) const void* data, DWORD size);
 
 #ifdef __cplusplus
 }

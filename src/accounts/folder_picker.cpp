@@ -145,7 +145,7 @@ UINT FlagsOf(const FolderQuestion& question)
     return flags;
 }
 
-/** @return the root of the tree: the computer's drives if asked for and located, else none, which is the desktop. */
+/** Finds the root of the tree: the computer's drives if asked for and located, else none, which is the desktop. */
 void LocateRoot(const FolderQuestion& question, AllocatedList& root)
 {
     if (question.computerOnly && FAILED(SHGetSpecialFolderLocation(nullptr, CSIDL_DRIVES, root.Put())))

@@ -1,6 +1,7 @@
 #include "accounts/user_browser.h"
 
 #include <cstring>
+#include <cwchar>
 
 #include "base/memory.h"
 #include "base/wide_text.h"
@@ -127,12 +128,17 @@ struct WideBrowse {
     }
 };
 
+/** Keeps as many whole characters as fit. @param name  Of less than size characters, as its wide buffer has it. */
 void ConvertName(const wchar_t* name, char* buffer, DWORD size)
 {
     if (size == 0)
         return;
-    buffer[0] = '\0';
-    WideCharToMultiByte(CP_ACP, 0, name, -1, buffer, static_cast<int>(size), nullptr, nullptr);
+    int length = static_cast<int>(wcslen(name));
+    int written = 0;
+    // What a conversion leaves in a buffer that is too small is not defined.
+    for (; length > 0 && written == 0; --length)
+        written = WideCharToMultiByte(CP_ACP, 0, name, length, buffer, static_cast<int>(size - 1), nullptr, nullptr);
+    buffer[written] = '\0';
     buffer[size - 1] = '\0';
 }
 

@@ -30,20 +30,25 @@ public:
     [[nodiscard]] bool Allocate(size_t count)
     {
         this->Reset();
-        if (count > static_cast<size_t>(INTPTR_MAX) / sizeof(T))
-            return false;
-        this->Reset(static_cast<T*>(malloc(count * sizeof(T))));
+        if (count <= kMostElements)
+            this->Reset(static_cast<T*>(malloc(count * sizeof(T))));
         return this->Get() != nullptr;
     }
 
     /** As Allocate, filled with zeros. */
     [[nodiscard]] bool AllocateZeroed(size_t count)
     {
-        this->Reset(static_cast<T*>(calloc(count, sizeof(T))));
+        this->Reset();
+        if (count <= kMostElements)
+            this->Reset(static_cast<T*>(calloc(count, sizeof(T))));
         return this->Get() != nullptr;
     }
 
     T& operator[](size_t index) const { return this->Get()[index]; }
+
+private:
+    // The runtime of an early Windows multiplies calloc's arguments without a look.
+    static constexpr size_t kMostElements = static_cast<size_t>(INTPTR_MAX) / sizeof(T);
 };
 
 template <class T> struct HeapObjectTraits {

@@ -23,6 +23,8 @@ void CloseProgressDialog()
 
 INT_PTR CALLBACK ProgressDialogProcedure(HWND dialog, UINT message, WPARAM, LPARAM)
 {
+    if (message == WM_DESTROY && dialog == progressDialog)
+        progressDialog = nullptr; // the owner may go first and take it along
     if (message != WM_INITDIALOG)
         return FALSE;
     TracePrint(kInfo, 3, "%s", "Initializing Progress dialog...\n");
