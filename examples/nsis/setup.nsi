@@ -17,6 +17,12 @@ UninstPage instfiles
 !define SZ 1
 !define DWORD 4
 !define MULTI_SZ 7
+!define SERVICE_WIN32_OWN_PROCESS 0x10
+!define SERVICE_AUTO_START 2
+!define SERVICE_STOPPED 1
+!define SERVICE_RUNNING 4
+!define KEEPER LanternKeeper
+!define MINUTE 60000
 !define KEY "HKEY_LOCAL_MACHINE\Software\Harbour\Lantern"
 !define PROGRAMS_KEY "HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall\Lantern"
 
@@ -49,10 +55,29 @@ UninstPage instfiles
   ${Tarvo} TARVO_AddRollbackEntry "m 'Shortcuts', m '', m '${START_MENU}\Lantern.lnk', i 0"
 !macroend
 
+; Ends a service. It is stopped a moment before its program has ended, and only
+; then can the file be replaced.
+!macro StopKeeper
+  ${Tarvo} TARVO_StopService "p 0, m '${KEEPER}'"
+  ${Tarvo} TARVO_WaitForServiceState "p 0, m '${KEEPER}', i ${SERVICE_STOPPED}, i ${MINUTE}, p 0"
+  Sleep 1000
+  ${Say} "service stopped: ${KEEPER}"
+!macroend
+
+; A service that is there is changed, its display name included.
+!macro StartKeeper
+  ${Tarvo} TARVO_InstallService "p 0, m '${KEEPER}', m 'Lantern Keeper ${VERSION}', i ${SERVICE_WIN32_OWN_PROCESS}, \
+      i ${SERVICE_AUTO_START}, m '$INSTDIR\keeper.exe', p 0, p 0, p 0, i 1"
+  ${Tarvo} TARVO_StartService "p 0, m '${KEEPER}'"
+  ${Tarvo} TARVO_WaitForServiceState "p 0, m '${KEEPER}', i ${SERVICE_RUNNING}, i ${MINUTE}, p 0"
+  ${Say} "service installed and started: ${KEEPER}"
+!macroend
+
 Section
   SetShellVarContext all
   !insertmacro StartTarvo
   File "/oname=$PLUGINSDIR\lantern.exe" "${BUILT}/lantern-${VERSION}.exe"
+  File "/oname=$PLUGINSDIR\keeper.exe" "${BUILT}/keeper-${VERSION}.exe"
   File "/oname=$PLUGINSDIR\words.txt" "${PRODUCT}/words-${VERSION}.txt"
 
   ${Tarvo} TARVO_StartUninstallLogging "m '${UNINSTALL_LOG}', m 'Lantern'"
@@ -61,6 +86,11 @@ Section
   ${Install} "$PLUGINSDIR\lantern.exe" "$INSTDIR\lantern.exe"
   ${Install} "$PLUGINSDIR\words.txt" "$INSTDIR\data\words.txt"
   ${Tarvo} TARVO_ResetFileReadOnlyAttribute "m '$INSTDIR\data\words.txt', i 1"
+!if ${VERSION} = 2
+  !insertmacro StopKeeper
+!endif
+  ${Install} "$PLUGINSDIR\keeper.exe" "$INSTDIR\keeper.exe"
+  !insertmacro StartKeeper
 !if ${VERSION} = 1
   File "/oname=$PLUGINSDIR\wick.dll" "${BUILT}/wick.dll"
   ${Install} "$PLUGINSDIR\wick.dll" "$INSTDIR\wick.dll"
@@ -90,6 +120,7 @@ Section un.install
   ${Tarvo} TARVO_OpenRollBackLog "m '${UNINSTALL_LOG}'"
   ${Tarvo} TARVO_GetCustomUnInstallString "m 'Version', m .r1, i ${NSIS_MAX_STRLEN}"
   ${Say} "the log says: version $1"
+  !insertmacro Replay 202 "services"
   !insertmacro Replay 200 "registry entries"
   !insertmacro Replay 201 "files"
   !insertmacro Replay 203 "shortcuts"

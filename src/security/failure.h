@@ -6,11 +6,12 @@
 
 namespace tarvo {
 
-/** Traces that a platform call has just failed. @return its last error */
+/** Traces that a platform call has just failed. @return its last error, never 0: a failure must not pass for success */
 inline DWORD FailedCall(const char* line, int detail = 3)
 {
+    const DWORD code = GetLastError();
     TracePrint(kError, detail, "%s", line);
-    return GetLastError();
+    return code != ERROR_SUCCESS ? code : ERROR_GEN_FAILURE;
 }
 
 } // namespace tarvo

@@ -2,6 +2,8 @@
 
 #include "kit/kit.h"
 
+#include <cstring>
+
 /** The classic start with the Windows directory and the host program's folder moved into the scratch folder. */
 class StartTest : public kit::LibraryTest {
 protected:
@@ -40,7 +42,7 @@ private:
     static UINT Answer(const std::string& text, char* path, DWORD size)
     {
         if (size > text.size())
-            strcpy(path, text.c_str());
+            memcpy(path, text.c_str(), text.size() + 1);
         return static_cast<UINT>(text.size());
     }
 

@@ -1,7 +1,10 @@
 #include "kit/pending_value.h"
 
 #include <cstring>
+#include <exception>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 namespace kit {
 namespace {
@@ -111,13 +114,15 @@ void PendingValue::Remove()
 }
 
 PendingValueKeeper::~PendingValueKeeper()
-{
+try {
     if (PendingValue::ReadRaw() == before_)
         return;
     if (before_)
         PendingValue::WriteRaw(*before_);
     else
         PendingValue::Remove();
+} catch (const std::exception& failure) {
+    ADD_FAILURE() << "the pending value is not as it was: " << failure.what();
 }
 
 } // namespace kit

@@ -16,6 +16,7 @@ drive=$WINEPREFIX/drive_c
 readonly restart_needed=$((3010 % 256)) # a Unix exit status has 8 bits
 readonly product_key='HKLM\Software\Harbour\Lantern'
 readonly programs_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall'
+readonly services_key='HKLM\System\CurrentControlSet\Services'
 readonly session_manager='HKLM\System\CurrentControlSet\Control\Session Manager'
 
 main() {
@@ -50,7 +51,7 @@ look_at_new_machine() {
 install_version_1() {
     step "Version 1 is installed"
     run_setup 0 "$built/setup-1.exe"
-    check "program, library and data are there" installed_is lantern-1.exe wick.dll words-1.txt
+    check "program, library and data are there" installed_is lantern-1.exe keeper-1.exe wick.dll words-1.txt
     check "the data file is read-only" is_read_only "$folder/data/words.txt"
     check "settings in the 32-bit view: version 1" is 0x1 "$(registry 32 "$product_key" Version)"
     check "settings in the 64-bit view: version 1" is 0x1 "$(registry 64 "$product_key" Version)"
@@ -58,6 +59,7 @@ install_version_1() {
     check "the list of installed programs names it" \
         is 'Lantern 1' "$(registry 32 "$programs_key\\Lantern" DisplayName)"
     check "a shortcut in the start menu" test -f "$shortcut"
+    check "its service runs" is "Lantern Keeper 1" "$(running_keeper)"
     check "the uninstall log has the program" is_recorded Files "$folder_in_windows\\lantern.exe=1"
     check "the uninstall log has the 64-bit setting" is_recorded 'Registry entries unvirtualized' \
         'HKEY_LOCAL_MACHINE\Software\Harbour\Lantern\\Version=1'
@@ -78,6 +80,8 @@ install_version_2() {
     check "TARVO_DeleteFileEx reported: old library in use, restart needed" \
         reported "in use, goes at the restart: $folder_in_windows\\wick.dll"
     check "program and library are still those of version 1" installed_is lantern-1.exe wick.dll words-2.txt
+    check "the service's program was replaced, and runs again" installed_is keeper-2.exe
+    check "under its new name" is "Lantern Keeper 2" "$(running_keeper)"
     check "the new program waits beside the old one" cmp -s "$built/lantern-2.exe" "$folder/lantern.1"
     check "the read-only data file was replaced at once" is_read_only "$folder/data/words.txt"
     check "settings in both views: version 2" is "0x2 0x2" \
@@ -94,8 +98,9 @@ restart_into_version_2() {
     restart
     check "the pending list is used up" is "" "$(pending)"
     check "the new program is in place, nothing beside it" \
-        is "data lantern.exe uninstall.exe words.txt" "$(names_below "$folder")"
-    check "the old library is gone, program and data are those of version 2" installed_is lantern-2.exe words-2.txt
+        is "data keeper.exe lantern.exe uninstall.exe words.txt" "$(names_below "$folder")"
+    check "the old library is gone, program and data are those of version 2" installed_is lantern-2.exe keeper-2.exe words-2.txt
+    check "the service was started with the machine" is "Lantern Keeper 2" "$(running_keeper)"
     start_program
     check "started again, it tells: lantern 2" is "lantern 2" "$told"
 }
@@ -109,6 +114,7 @@ uninstall() {
     run_setup "$restart_needed" "$folder/uninstall.exe" "${in_place[@]}"
     check "TARVO_GetCustomUnInstallString gave back what setup 2 had set" reported "the log says: version 2"
     check "files that were not in use are gone" is "lantern.exe uninstall.exe" "$(names_below "$folder")"
+    check "the service is gone" is "" "$(running_keeper)$(registry 32 "$services_key\\LanternKeeper" ImagePath)"
     check "the shortcut is gone" not test -e "$shortcut"
     check "the keys are gone in the 32-bit view" not has_key 32 'HKLM\Software\Harbour'
     check "the keys are gone in the 64-bit view" not has_key 64 'HKLM\Software\Harbour'
@@ -201,6 +207,11 @@ registry() {
     windows reg query "$2" /v "$3" "/reg:$1" | tr -d '\r' | sed -n 's/^ .*    REG_[A-Z_]*    //p' || true
 }
 
+# The display name of the product's service while it runs.
+running_keeper() {
+    windows net start | tr -d '\r' | sed -n 's/^ *\(Lantern Keeper.*\)/\1/p'
+}
+
 has_key() {
     windows reg query "$2" "/reg:$1" >>"$noise"
 }
@@ -215,6 +226,7 @@ snapshot() {
             windows reg query 'HKLM\Software' "/reg:$view" || true
             windows reg query "$programs_key" /s "/reg:$view" || true
             windows reg query "$product_key" /s "/reg:$view" || true
+            windows reg query "$services_key" "/reg:$view" || true
         done
         windows reg query 'HKCU\Software' || true
         echo "pending operations"
@@ -232,6 +244,7 @@ installed_is() {
     for file; do
         case $file in
             lantern-*) cmp -s "$built/$file" "$folder/lantern.exe" || return 1 ;;
+            keeper-*) cmp -s "$built/$file" "$folder/keeper.exe" || return 1 ;;
             words-*) cmp -s "$package/$file" "$folder/data/words.txt" || return 1 ;;
             *) cmp -s "$built/$file" "$folder/$file" || return 1 ;;
         esac

@@ -10,7 +10,6 @@ readonly build_tools=(
     /usr/src/googletest/CMakeLists.txt:googletest
     makensis:nsis
     Xvfb:xvfb
-    import:imagemagick
 )
 readonly lint_tools=(
     clang-format:clang-format
