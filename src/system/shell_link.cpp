@@ -28,7 +28,8 @@ private:
 
 HRESULT SetProperties(IShellLinkA& object, const ShellLink& link)
 {
-    HRESULT result = object.SetWorkingDirectory(link.startIn);
+    // The interface has no meaning for NULL.
+    HRESULT result = object.SetWorkingDirectory(link.startIn ? link.startIn : "");
     if (SUCCEEDED(result))
         result = object.SetShowCmd(static_cast<int>(link.showCommand));
     if (SUCCEEDED(result))

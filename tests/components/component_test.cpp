@@ -1,27 +1,15 @@
 // The management console and agent, and the default policy file.
 
+#include "registry/product_key.h"
 #include "services/test_service.h"
 
 namespace {
 
-constexpr char kProductKey[] = "Software\\Norrin Vale\\Velmora";
 constexpr char kAgentKey[] = "Software\\Norrin Vale\\Velmora\\Management Agent";
 constexpr DWORD kFailed = 0xFFFFFFFF;
 
-class ComponentExports : public kit::LibraryTest {
+class ComponentExports : public ProductKeyTest {
 protected:
-    void SetUp() override
-    {
-        kit::RemoveKeyTree(kProductKey, kit::View::kOwn);
-        LibraryTest::SetUp();
-    }
-
-    void TearDown() override
-    {
-        LibraryTest::TearDown();
-        kit::RemoveKeyTree(kProductKey, kit::View::kOwn);
-    }
-
     static void WriteDirectory(const char* key, const char* name, const std::string& directory)
     {
         kit::WriteValue(key, name, kit::RegistryValue::Text(directory));
