@@ -187,7 +187,7 @@ DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char* locator, DWORD type
  * @return 0; ERROR_INVALID_PARAMETER, a text is NULL or empty; ERROR_INSUFFICIENT_BUFFER, together too long for a
  *         locator; or the code of TARVO_CreateRegistryEntry.
  */
-DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char *version, _In_z_ const char *product);
+DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char* version, _In_z_ const char* product);
 
 /**
  * Puts a copy of a shared library on the list of its name, newest file first, files without a version last; what the
@@ -197,17 +197,18 @@ DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char *version, _In_z_ const c
  * @return 0; ERROR_INVALID_PARAMETER, NULL or empty; ERROR_FILENAME_EXCED_RANGE; ERROR_INVALID_DATA, the value is no
  *         text list and stays; or the registry's code.
  */
-DWORD __cdecl TARVO_RegisterDelayLoadLibrary(_In_z_ const char *path);
+DWORD __cdecl TARVO_RegisterDelayLoadLibrary(_In_z_ const char* path);
 
-/** Takes a copy off the list, the value and the key with the last one. @return as above; 0 too if it was not on a list */
-DWORD __cdecl TARVO_UnRegisterDelayLoadLibrary(_In_z_ const char *path);
+/** Takes a copy off the list, the value and the key with the last one. @return as above; 0 too if it was not on a list
+ */
+DWORD __cdecl TARVO_UnRegisterDelayLoadLibrary(_In_z_ const char* path);
 
 /**
  * Registers where a localization resource lies: directory and base name in one path. Recorded. The current security
  * policy is put on the key.
  * @return 0; ERROR_INVALID_PARAMETER, a text is NULL or empty; ERROR_FILENAME_EXCED_RANGE; or the registry's code.
  */
-DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char *directory, _In_z_ const char *baseName);
+DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char* directory, _In_z_ const char* baseName);
 
 /**
  * Registers a source of the Application event log, or overwrites one. Not recorded: TARVO_DeleteEventSource removes it.
@@ -217,11 +218,11 @@ DWORD __cdecl TARVO_RegisterLocalizationResource(_In_z_ const char *directory, _
  * @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_INSUFFICIENT_BUFFER, too long a source; or the
  *         registry's code, values written before stay.
  */
-DWORD __cdecl TARVO_AddEventSource(_In_z_ const char *source, _In_z_ const char *messageFile, DWORD types,
+DWORD __cdecl TARVO_AddEventSource(_In_z_ const char* source, _In_z_ const char* messageFile, DWORD types,
                                    DWORD categories);
 
 /** @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_FILE_NOT_FOUND; or the registry's code */
-DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char *source);
+DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
 
 /* ---- Uninstall log: recording --------------------------------------------------------------------------------- */
 
@@ -681,19 +682,19 @@ DWORD __cdecl TARVO_InstallDefaultPolicyFile(_In_z_ const char* source, _In_z_ c
  * @param runState  SW_SHOWNORMAL, SW_SHOWMAXIMIZED or SW_SHOWMINNOACTIVE.
  * @return 0; ERROR_FILENAME_EXCED_RANGE; the code of making the folder; 0xFFFFFFFF, the shell failed.
  */
-DWORD __cdecl TARVO_AddShortCut(_In_z_ const char *group, _In_z_ const char *description, _In_z_ const char *file,
-                                _In_opt_z_ const char *startIn, DWORD runState);
+DWORD __cdecl TARVO_AddShortCut(_In_z_ const char* group, _In_z_ const char* description, _In_z_ const char* file,
+                                _In_opt_z_ const char* startIn, DWORD runState);
 
 /**
  * Deletes a shortcut, and its group folder if that has become empty.
  * @return 0; ERROR_FILE_NOT_FOUND; ERROR_FILENAME_EXCED_RANGE; another code of deleting the file; 0xFFFFFFFF.
  */
-DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char *group, _In_z_ const char *description);
+DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char* group, _In_z_ const char* description);
 
 /* ---- Management plug-ins ---------------------------------------------------------------------------------------- */
 
 /** Registers a plug-in of the management console: its ImagePath. Recorded. @return as TARVO_CreateRegistryEntry */
-DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char *name, _In_z_ const char *path);
+DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char* name, _In_z_ const char* path);
 
 /**
  * Registers a plug-in of the management agent; each value is recorded. All is written as it is given, but numbers
@@ -705,21 +706,21 @@ DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char *name, _In_z_ const char
  *         TARVO_CreateRegistryEntry, values written so far stay.
  */
 DWORD __cdecl TARVO_RegisterKobaPlugInEx(DWORD reserved, DWORD type, DWORD startMode, DWORD errorControl,
-                                         _In_z_ const char *name, _In_z_ const char *oid, _In_z_ const char *path,
-                                         _In_ const char *dependencies, DWORD restartAttempts, DWORD restartInterval,
+                                         _In_z_ const char* name, _In_z_ const char* oid, _In_z_ const char* path,
+                                         _In_ const char* dependencies, DWORD restartAttempts, DWORD restartInterval,
                                          DWORD waitingInterval);
 
 /** As TARVO_RegisterKobaPlugInEx, without the three restart values. */
 DWORD __cdecl TARVO_RegisterKobaPlugIn(DWORD reserved, DWORD type, DWORD startMode, DWORD errorControl,
-                                       _In_z_ const char *name, _In_z_ const char *oid, _In_z_ const char *path,
-                                       _In_ const char *dependencies);
+                                       _In_z_ const char* name, _In_z_ const char* oid, _In_z_ const char* path,
+                                       _In_ const char* dependencies);
 
 /**
  * Sets one more value of a registered agent plug-in (RegSetValueEx). Recorded.
  * @return 0; ERROR_INVALID_PARAMETER, no name; ERROR_FILE_NOT_FOUND, no such plug-in; or the registry's code.
  */
-DWORD __cdecl TARVO_RegisterKobaPlugInProperty(_In_z_ const char *name, _In_opt_z_ const char *property, DWORD type,
-                                               _In_reads_bytes_(size) const void *data, DWORD size);
+DWORD __cdecl TARVO_RegisterKobaPlugInProperty(_In_z_ const char* name, _In_opt_z_ const char* property, DWORD type,
+                                               _In_reads_bytes_(size) const void* data, DWORD size);
 
 #ifdef __cplusplus
 }

@@ -11,6 +11,9 @@ readonly build_tools=(
     makensis:nsis
     Xvfb:xvfb
 )
+readonly demo_tools=(
+    lnkinfo:liblnk-utils
+)
 readonly lint_tools=(
     clang-format:clang-format
     run-clang-tidy:clang-tidy
