@@ -8,6 +8,7 @@ namespace bench {
 void MeasurePending(Report& report);
 void MeasureTrace(Report& report);
 void MeasureRegistry(Report& report);
+void MeasureRegistrations(Report& report);
 void MeasureUninstall(Report& report);
 void MeasureSecurity(Report& report);
 

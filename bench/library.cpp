@@ -18,6 +18,7 @@ Library::Library()
       AddFileToUninstallLog(Find<decltype(&TARVO_AddFileToUninstallLog)>("TARVO_AddFileToUninstallLog")),
       OpenRollBackLog(Find<decltype(&TARVO_OpenRollBackLog)>("TARVO_OpenRollBackLog")),
       PerformUnInstall(Find<decltype(&TARVO_PerformUnInstall)>("TARVO_PerformUnInstall")),
+      RegisterDelayLoadLibrary(Find<decltype(&TARVO_RegisterDelayLoadLibrary)>("TARVO_RegisterDelayLoadLibrary")),
       SetRegistrySecurityRid(Find<decltype(&TARVO_SetRegistrySecurityRid)>("TARVO_SetRegistrySecurityRid"))
 {
 }

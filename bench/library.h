@@ -41,6 +41,7 @@ public:
     const decltype(&TARVO_AddFileToUninstallLog) AddFileToUninstallLog;
     const decltype(&TARVO_OpenRollBackLog) OpenRollBackLog;
     const decltype(&TARVO_PerformUnInstall) PerformUnInstall;
+    const decltype(&TARVO_RegisterDelayLoadLibrary) RegisterDelayLoadLibrary;
     const decltype(&TARVO_SetRegistrySecurityRid) SetRegistrySecurityRid;
 };
 

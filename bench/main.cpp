@@ -15,9 +15,13 @@ struct Benchmark {
 };
 
 constexpr Benchmark kBenchmarks[] = {
-    {"pending", bench::MeasurePending},   {"trace", bench::MeasureTrace},
-    {"registry", bench::MeasureRegistry}, {"uninstall", bench::MeasureUninstall},
-    {"security", bench::MeasureSecurity}, {"library", bench::ExamineLibraryImage},
+    {"pending", bench::MeasurePending},
+    {"trace", bench::MeasureTrace},
+    {"registry", bench::MeasureRegistry},
+    {"uninstall", bench::MeasureUninstall},
+    {"registrations", bench::MeasureRegistrations},
+    {"security", bench::MeasureSecurity},
+    {"library", bench::ExamineLibraryImage},
 };
 
 bool IsAskedFor(const Benchmark& benchmark, int count, char** names)

@@ -23,13 +23,16 @@ UninstPage instfiles
 !define SERVICE_RUNNING 4
 !define KEEPER LanternKeeper
 !define MINUTE 60000
+!define SW_SHOWNORMAL 1
+!define EVENT_TYPES 7 ; errors, warnings, information
+!define EVENT_SOURCE "Lantern"
 !define KEY "HKEY_LOCAL_MACHINE\Software\Harbour\Lantern"
 !define PROGRAMS_KEY "HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall\Lantern"
 
 ; The uninstall log lies in a folder that is there from the start: the setup's
 ; own folders come into being one by one, and each is recorded at once.
 !define UNINSTALL_LOG "$APPDATA\Lantern-uninstall.log"
-!define START_MENU "$SMPROGRAMS\Lantern"
+!define START_MENU_GROUP "Lantern"
 
 !macro Settings
   ${Tarvo} TARVO_CreateRegistryEntry "m '${KEY}\\Version|${VERSION}', i ${DWORD}, i 0"
@@ -47,12 +50,21 @@ UninstPage instfiles
   ${Say} "settings written in both registry views"
 !macroend
 
-; The library records what it creates itself. These two NSIS makes.
+; What others know the product by. A source of the event log is not recorded:
+; the uninstaller deletes it.
+!macro Registrations
+  ${Tarvo} TARVO_AddShortCut "m '${START_MENU_GROUP}', m 'Lantern', m '$\"$INSTDIR\lantern.exe$\" stay', \
+      m '$INSTDIR\data', i ${SW_SHOWNORMAL}"
+  ${Tarvo} TARVO_AddEventSource "m '${EVENT_SOURCE}', m '$INSTDIR\lantern.exe', i ${EVENT_TYPES}, i 0"
+  ${Tarvo} TARVO_RegisterKobPlugIn "m 'Lantern', m '$INSTDIR\wick.dll'"
+  ${Tarvo} TARVO_SetProductVersion "m '${VERSION}', m 'Lantern'"
+  ${Say} "shortcut, event source and plug-in registered"
+!macroend
+
+; The library records what it creates itself. This one NSIS makes.
 !macro RecordedByHand
   WriteUninstaller "$INSTDIR\uninstall.exe"
   ${Tarvo} TARVO_AddFileToUninstallLog "m '$INSTDIR\uninstall.exe'"
-  CreateShortCut "${START_MENU}\Lantern.lnk" "$INSTDIR\lantern.exe"
-  ${Tarvo} TARVO_AddRollbackEntry "m 'Shortcuts', m '', m '${START_MENU}\Lantern.lnk', i 0"
 !macroend
 
 ; Ends a service. It is stopped a moment before its program has ended, and only
@@ -82,7 +94,6 @@ Section
 
   ${Tarvo} TARVO_StartUninstallLogging "m '${UNINSTALL_LOG}', m 'Lantern'"
   ${Tarvo} TARVO_CreateDirectory "m '$INSTDIR\data'"
-  ${Tarvo} TARVO_CreateDirectory "m '${START_MENU}'"
   ${Install} "$PLUGINSDIR\lantern.exe" "$INSTDIR\lantern.exe"
   ${Install} "$PLUGINSDIR\words.txt" "$INSTDIR\data\words.txt"
   ${Tarvo} TARVO_ResetFileReadOnlyAttribute "m '$INSTDIR\data\words.txt', i 1"
@@ -98,6 +109,7 @@ Section
   ${Remove} "$INSTDIR\wick.dll"
 !endif
   !insertmacro Settings
+  !insertmacro Registrations
   !insertmacro RecordedByHand
   ${Tarvo} TARVO_SetCustomUnInstallString "m 'Version', m '${VERSION}'"
   ${Tarvo} TARVO_StopUninstallLogging ""
@@ -125,6 +137,7 @@ Section un.install
   !insertmacro Replay 201 "files"
   !insertmacro Replay 203 "shortcuts"
   ${Tarvo} TARVO_CloseRollBackLog ""
+  ${Tarvo} TARVO_DeleteEventSource "m '${EVENT_SOURCE}'"
   ${Remove} "${UNINSTALL_LOG}"
 
   ; The steps tell of no restart; what the next one will delete does.

@@ -751,7 +751,8 @@ DWORD __cdecl TARVO_DlgSelectSharedFolder(_In_opt_ HWND hParentWnd, _Out_writes_
 DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char* name, _In_z_ const char* path);
 
 /**
- * Registers a plug-in of the management agent; each value is recorded. All is written as it is given.
+ * Registers a plug-in of the management agent; each value is recorded. All is written as it is given, but numbers
+ * above 0x7FFFFFFF, which locators do not carry, become 0x7FFFFFFF.
  * @param reserved          Ignored.
  * @param dependencies      List of texts ended by an empty one; at most 1024 bytes are taken.
  * @param restartAttempts   This one, restartInterval and waitingInterval: 0xFFFFFFFF leaves the value out.

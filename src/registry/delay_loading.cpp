@@ -41,12 +41,15 @@ DWORD QuerySize(const RegistryKey& key, const char* valueName, DWORD& size)
     return static_cast<DWORD>(RegQueryValueExA(key.Handle(), valueName, nullptr, nullptr, nullptr, &size));
 }
 
-/** Others write these values too: only a list that ends as one is taken for one. */
+/** Others write these values too: only a list that ends as one, and has nothing behind its end, is taken for one. */
 bool IsTextList(const char* data, DWORD size, DWORD type)
 {
-    if (type != REG_MULTI_SZ || size == 0 || data[size - 1] != '\0')
+    if (type != REG_MULTI_SZ || size == 0 || data[size - 1] != '\0' || (size > 1 && data[size - 2] != '\0'))
         return false;
-    return size == 1 || data[size - 2] == '\0';
+    size_t end = MultiStringSize(data);
+    while (end < size && data[end] == '\0')
+        ++end;
+    return end >= size;
 }
 
 /**

@@ -26,9 +26,10 @@ private:
     HRESULT result_;
 };
 
-HRESULT SetProperties(IShellLinkA& object, const ShellLink& link)
+HRESULT SetProperties(IShellLinkA& object, const ShortcutProperties& link)
 {
-    HRESULT result = object.SetWorkingDirectory(link.startIn);
+    // The interface has no meaning for NULL.
+    HRESULT result = object.SetWorkingDirectory(link.startIn ? link.startIn : "");
     if (SUCCEEDED(result))
         result = object.SetShowCmd(static_cast<int>(link.showCommand));
     if (SUCCEEDED(result))
@@ -40,7 +41,7 @@ HRESULT SetProperties(IShellLinkA& object, const ShellLink& link)
     return result;
 }
 
-HRESULT SaveLink(const ShellLink& link, const char* linkFile)
+HRESULT SaveLink(const ShortcutProperties& link, const char* linkFile)
 {
     WideText wideFile;
     if (!wideFile.FromAnsi(linkFile))
@@ -61,7 +62,7 @@ HRESULT SaveLink(const ShellLink& link, const char* linkFile)
 
 } // namespace
 
-HRESULT CreateShortcut(const ShellLink& link, const char* linkFile)
+HRESULT CreateShortcut(const ShortcutProperties& link, const char* linkFile)
 {
     FunctionScope scope("CreateShortcut", 0);
     const ComSession com;

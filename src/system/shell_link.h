@@ -5,7 +5,7 @@
 namespace tarvo {
 
 /** What a shortcut holds; directory and arguments may be NULL. */
-struct ShellLink {
+struct ShortcutProperties {
     const char* target;
     const char* description;
     const char* startIn;
@@ -17,6 +17,6 @@ struct ShellLink {
  * Writes a shortcut file through the shell's link object (IShellLinkA, IPersistFile).
  * @return the HRESULT of the first step that failed, or of the save
  */
-HRESULT CreateShortcut(const ShellLink& link, const char* linkFile);
+HRESULT CreateShortcut(const ShortcutProperties& link, const char* linkFile);
 
 } // namespace tarvo

@@ -100,7 +100,7 @@ DWORD EndCreation(FunctionScope& scope, const ShortcutPlace& place, const char* 
     if (!SplitTarget(file, target, arguments))
         return scope.Error(ERROR_FILENAME_EXCED_RANGE);
     TracePrint(kInfo, 1, "Creating shortcut, file=[%s], target=[%s]...\n", place.linkFile.Get(), target.Get());
-    const ShellLink link = {target.Get(), description, startIn, arguments.Get(), runState};
+    const ShortcutProperties link = {target.Get(), description, startIn, arguments.Get(), runState};
     if (FAILED(CreateShortcut(link, place.linkFile.Get())))
         return scope.Error("Failed to create shortcut", kShellFailure);
     AddShortcutToUninstallLog(place.linkFile.Get());

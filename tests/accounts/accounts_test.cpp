@@ -234,24 +234,6 @@ TEST_F(Accounts, WithoutMemoryNothingIsCalled)
     }
 }
 
-TEST_F(Accounts, TextThatCannotBeConvertedStopsTheCall)
-{
-    Network network;
-    kit::ImportHook convert("MultiByteToWideChar", &MultiByteToWideChar);
-    convert.FailNth(2, ERROR_NO_UNICODE_TRANSLATION, 0);
-    EXPECT_EQ(0xFFFFFFFF, TARVO_DeleteAccount("DOM", "bob"));
-    EXPECT_TRUE(network.calls.empty());
-}
-
-TEST_F(Accounts, RealControllerIsNotFound)
-{
-    AllowOpenHandles();
-    if (const DWORD code = TARVO_DeleteAccount("NOSUCHDOMAIN", "bob"); code != ERROR_NO_SUCH_DOMAIN) {
-        EXPECT_EQ(DWORD{NERR_DCNotFound}, code);
-        EXPECT_EQ("Could not find the domain controller for the domain", kit::LastMessage());
-    }
-}
-
 TEST_F(Accounts, UnimplementedExportsSaySo)
 {
     for (const auto call : {&TARVO_DlgCreateAccount, &TARVO_DeleteShare, &TARVO_DlgCreateSharedFolder,

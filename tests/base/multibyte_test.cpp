@@ -48,18 +48,6 @@ TEST(Multibyte, LettersBeyondAsciiHaveCase)
     EXPECT_FALSE(EqualNoCase("\xD7", "\xF7")); // signs for times and divided by
 }
 
-TEST(Multibyte, ChangesCaseInPlace)
-{
-    char text[] = "C:\\Dir-1\\x.TXT";
-    LowerInPlace(text);
-    EXPECT_STREQ("c:\\dir-1\\x.txt", text);
-    UpperInPlace(text);
-    EXPECT_STREQ("C:\\DIR-1\\X.TXT", text);
-    char empty[] = "";
-    LowerInPlace(empty);
-    EXPECT_STREQ("", empty);
-}
-
 TEST(Multibyte, FindsSeparators)
 {
     char text[] = "a/b\\c\\\\d";
@@ -71,15 +59,6 @@ TEST(Multibyte, FindsSeparators)
     EXPECT_EQ(text + 3, FindChar(text, '\\'));
     EXPECT_EQ(text + 6, FindLastChar(text, '\\'));
     EXPECT_EQ(nullptr, FindLastChar(text, 'x'));
-}
-
-TEST(Multibyte, StepsStopAtTheEnd)
-{
-    const char* const text = "a";
-    EXPECT_EQ(text + 1, NextChar(text));
-    EXPECT_EQ(text + 1, NextChar(text + 1));
-    EXPECT_EQ(0U, CountChars(""));
-    EXPECT_EQ(3U, CountChars("abc"));
 }
 
 } // namespace

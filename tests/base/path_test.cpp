@@ -94,11 +94,4 @@ TEST(Path, JoinedPathThatDoesNotFitIsEmpty)
     EXPECT_EQ('~', none);
 }
 
-TEST(Path, HostFolderEndsInASeparator)
-{
-    PathText folder;
-    GetHostFolder(folder);
-    EXPECT_EQ(kit::ProgramFolder() + "\\", folder.Get());
-}
-
 } // namespace

@@ -23,15 +23,6 @@ TEST(Text, SetRefusesWhatDoesNotFit)
     EXPECT_TRUE(text.Empty());
 }
 
-TEST(Text, SetCutKeepsWhatFits)
-{
-    BoundedText<4> text;
-    text.SetCut("abcdef");
-    EXPECT_STREQ("abc", text.Get());
-    text.SetCut(text.Get() + 1); // a part of itself
-    EXPECT_STREQ("bc", text.Get());
-}
-
 TEST(Text, FormatTellsWhetherAllFitted)
 {
     BoundedText<5> text;
@@ -63,15 +54,6 @@ TEST(Text, FormatsAreThoseOfTheCLibrary)
     const char* const missing = none;
     EXPECT_TRUE(text.Format("%s", missing));
     EXPECT_STREQ("(null)", text.Get());
-}
-
-TEST(Text, HeapTextJoins)
-{
-    HeapText text;
-    EXPECT_TRUE(text.Join("ab", "cd"));
-    EXPECT_STREQ("abcd", text.Get());
-    EXPECT_TRUE(text.Copy({}, 3));
-    EXPECT_STREQ("", text.Get());
 }
 
 TEST(MultiString, CountsAndMeasures)

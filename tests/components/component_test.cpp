@@ -1,27 +1,15 @@
 // The management console and agent, and the default policy file.
 
+#include "registry/product_key.h"
 #include "services/test_service.h"
 
 namespace {
 
-constexpr char kProductKey[] = "Software\\Norrin Vale\\Velmora";
 constexpr char kAgentKey[] = "Software\\Norrin Vale\\Velmora\\Management Agent";
 constexpr DWORD kFailed = 0xFFFFFFFF;
 
-class ComponentExports : public kit::LibraryTest {
+class ComponentExports : public ProductKeyTest {
 protected:
-    void SetUp() override
-    {
-        kit::RemoveKeyTree(kProductKey, kit::View::kOwn);
-        LibraryTest::SetUp();
-    }
-
-    void TearDown() override
-    {
-        LibraryTest::TearDown();
-        kit::RemoveKeyTree(kProductKey, kit::View::kOwn);
-    }
-
     static void WriteDirectory(const char* key, const char* name, const std::string& directory)
     {
         kit::WriteValue(key, name, kit::RegistryValue::Text(directory));
@@ -132,18 +120,6 @@ TEST_F(ComponentExports, AgentIsStartedAndStoppedByItsState)
     }
 }
 
-TEST_F(ComponentExports, AgentThatDoesNotStartIsReported)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    TestService agent("KOBA");
-    agent.Install("plain");
-    kit::ImportHook start("StartServiceA", &StartServiceA);
-    start.FailAll(ERROR_SERVICE_DISABLED, FALSE);
-    EXPECT_EQ(DWORD{ERROR_SERVICE_DISABLED}, TARVO_StartKOBA());
-    EXPECT_TRUE(log.Contains("Starting KOBA service failed"));
-    EXPECT_FALSE(log.Contains("TARVO_WaitForServiceState"));
-}
-
 struct PolicyCase {
     const char* source; // in the scratch folder
     const char* directory;
@@ -185,20 +161,6 @@ TEST_F(ComponentExports, PolicyFileIsCopiedUnlessItIsThereAndRecorded)
     }
     EXPECT_EQ(1U, log.Count("Skipping DPF copy from [" + Scratch().Path("FROM\\Policy.dpf") + "] to [" +
                             Scratch().Path("from\\Policy.dpf") + "] (same file)"));
-}
-
-TEST_F(ComponentExports, PolicyFileThatCannotBeCopiedIsNotRecorded)
-{
-    const std::string uninstallLog = Scratch().Path("uninstall.log");
-    TARVO_StartUninstallLogging(uninstallLog.c_str(), nullptr);
-    const std::string folder = Scratch().Path();
-    const std::string source = Scratch().Path("missing\\x.dpf");
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, TARVO_InstallDefaultPolicyFile(nullptr, folder.c_str()));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, TARVO_InstallDefaultPolicyFile(source.c_str(), nullptr));
-    EXPECT_EQ(DWORD{ERROR_FILENAME_EXCED_RANGE},
-              TARVO_InstallDefaultPolicyFile(source.c_str(), std::string(254, 'x').c_str()));
-    EXPECT_EQ(DWORD{ERROR_PATH_NOT_FOUND}, TARVO_InstallDefaultPolicyFile(source.c_str(), folder.c_str()));
-    EXPECT_FALSE(kit::FileExists(uninstallLog));
 }
 
 } // namespace

@@ -77,15 +77,6 @@ TEST_F(CreateDirectories, LevelsMadeBeforeAFailureStay)
     EXPECT_TRUE(HasLine(log, kInfo, "The specified path is the path to a file."));
 }
 
-TEST_F(CreateDirectories, LevelThatMayNotBeLookedAtIsPassedOver)
-{
-    kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA);
-    kit::ImportHook create("CreateDirectoryA", &CreateDirectoryA);
-    look.FailAll(ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(0U, TARVO_CreateDirectory(At("A\\B").c_str()));
-    EXPECT_EQ(0, create.Calls());
-}
-
 TEST_F(CreateDirectories, LongNamesAndMissingMemoryAreReported)
 {
     EXPECT_NE(0U, TARVO_CreateDirectory(At(std::string(300, 'x')).c_str()));

@@ -210,28 +210,6 @@ TEST_F(Deferring, TargetThatMayNotBeLookedAtExists)
     EXPECT_EQ(Stored({{"a", "b"}, {"a", "b"}, {"b", ""}}), kit::PendingValue::Read());
 }
 
-TEST_F(Deferring, LastNumberIsTakenWhenAllAre)
-{
-    kit::PendingValue::Remove();
-    Make({{"s\\", ""}, {"s\\a", "new"}, {"b.exe", "old"}, {"b.998", "taken"}});
-    const kit::FileLock lock(At("b.exe"));
-    kit::TraceLog log(At("trace.log"));
-    std::string last;
-    kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA);
-    look.Answer([&](const char* path) {
-        if (strncmp(path, At("b.").c_str(), At("b.").size()) == 0)
-            last = path;
-        return DWORD{FILE_ATTRIBUTE_ARCHIVE};
-    });
-    DWORD needRestart = kUnset;
-    EXPECT_EQ(DWORD{ERROR_FILE_EXISTS}, CopyEx(At("s\\a").c_str(), At("b.exe").c_str(), &needRestart));
-    EXPECT_EQ(At("b.998"), last);
-    EXPECT_EQ("taken", kit::ReadFile(At("b.998")));
-    EXPECT_EQ(0U, needRestart);
-    EXPECT_TRUE(HasLine(log, kError, "Creating temporary SourceCopy [" + At("b.998") + "] failed."));
-    EXPECT_EQ(Pairs{}, kit::PendingValue::Read());
-}
-
 TEST_F(Deferring, ListThatRefusesIsReported)
 {
     Make({{"a", "new"}, {"b", "old"}});
@@ -308,33 +286,6 @@ TEST_F(Deferring, TraceTellsWhichWayItWent)
     EXPECT_TRUE(HasLine(log, kInfo, "Failed with error code [145]."));
     EXPECT_TRUE(HasLine(log, kInfo, "{ IsPathDirectory(" + At("d") + ")"));
     EXPECT_TRUE(HasLine(log, kInfo, "Returning 16."));
-}
-
-TEST_F(Deferring, TargetThatStaysReadOnlyIsOnlyAWarning)
-{
-    kit::TraceLog log(At("trace.log"));
-    kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA);
-    set.FailAll(ERROR_WRITE_PROTECT, FALSE);
-    struct WarningCase {
-        DWORD (*call)(Path source, Path target, DWORD* needRestart);
-        const char* source;
-        const char* warning;
-    };
-    const WarningCase kCases[] = {
-        {Copy, "a", "Reseting read-only attribute on existing file failed."},
-        {CopyEx, "a", "Reseting read-only attribute on existing file failed"},
-        {Move, "a", "Reseting read-only attribute on existing file failed."},
-        {Delete, "b", "Reseting read-only attribute on the file failed."},
-    };
-    for (const WarningCase& row : kCases) {
-        Make({{"a", "new"}, {"b", "old"}});
-        SetFileAttributesA(At("b").c_str(), FILE_ATTRIBUTE_READONLY);
-        log.Clear();
-        row.call(At(row.source).c_str(), At("b").c_str(), nullptr);
-        EXPECT_TRUE(HasLine(log, kWarning, row.warning)) << row.warning;
-        EXPECT_TRUE(HasLine(log, kWarning, "Setting attributes failed."));
-        SetFileAttributesA(At("b").c_str(), FILE_ATTRIBUTE_NORMAL);
-    }
 }
 
 } // namespace

@@ -39,16 +39,6 @@ TEST_F(ReadOnlyAttribute, OnlyItIsClearedUnlessAttributesAreGiven)
     }
 }
 
-TEST_F(ReadOnlyAttribute, FileIsChangedForReal)
-{
-    const std::string file = Scratch().Make("a");
-    SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
-    EXPECT_EQ(0U, TARVO_ResetFileReadOnlyAttribute(file.c_str(), 0));
-    EXPECT_EQ(DWORD{FILE_ATTRIBUTE_HIDDEN}, GetFileAttributesA(file.c_str()) & 7);
-    EXPECT_EQ(0U, TARVO_ResetFileReadOnlyAttribute(file.c_str(), FILE_ATTRIBUTE_ARCHIVE));
-    EXPECT_EQ(DWORD{FILE_ATTRIBUTE_ARCHIVE}, GetFileAttributesA(file.c_str()));
-}
-
 TEST_F(ReadOnlyAttribute, RefusalsHaveTheirCodes)
 {
     const std::string file = Scratch().Make("a");

@@ -28,22 +28,12 @@ std::string ReadVersionText(const char* name)
     return VerQueryValueA(version, path.c_str(), &text, &length) ? static_cast<const char*>(text) : "";
 }
 
-TEST_F(TarvoLibrary, InstanceIsTheModule)
-{
-    EXPECT_EQ(GetModuleHandleA("TARVO.DLL"), TARVO_GetTarvoDllInstance());
-}
-
 TEST_F(TarvoLibrary, DelayLoadInitializeTakesNothing)
 {
     const kit::TraceLog log(Scratch().Path("log"));
     TARVO_DelayLoadInitialize();
     TARVO_LoadedInSetup();
     EXPECT_TRUE(log.Lines().empty());
-}
-
-TEST_F(TarvoLibrary, SetLanguageIsNotSupported)
-{
-    EXPECT_EQ(1U, TARVO_SetLanguage());
 }
 
 TEST_F(TarvoLibrary, ExportsTheListedNamesAlone)
@@ -77,12 +67,6 @@ TEST_F(TarvoLibrary, VersionResource)
     EXPECT_EQ(DWORD{VOS__WINDOWS32}, fixed.dwFileOS);
     EXPECT_EQ("TARVO", ReadVersionText("InternalName"));
     EXPECT_EQ("TARVO.DLL", ReadVersionText("OriginalFilename"));
-}
-
-TEST_F(TarvoLibrary, ManifestAsksForNoRights)
-{
-    const std::string manifest = ReadResource(MAKEINTRESOURCEA(24), 2);
-    EXPECT_NE(std::string::npos, manifest.find(R"(level="asInvoker" uiAccess="false")"));
 }
 
 TEST_F(TarvoLibrary, ProgressDialogTemplate)

@@ -20,11 +20,6 @@ private:
     size_t size_;
 };
 
-TEST_F(Messages, LastFailureIsEmptyAtFirst)
-{
-    EXPECT_EQ("", kit::LastMessage());
-}
-
 TEST_F(Messages, LastFailureOutlivesSuccessButNotTheNextFailure)
 {
     EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, TARVO_OpenRollBackLog(Scratch().Path("none").c_str()));
@@ -79,29 +74,6 @@ TEST_F(Messages, LastFailureFitsTheCallersBuffer)
         EXPECT_EQ(whole.substr(0, size - 1), buffer.Text()) << size;
         EXPECT_TRUE(buffer.IsIntact()) << size;
     }
-}
-
-TEST_F(Messages, BufferWithoutRoomIsLeftAlone)
-{
-    TARVO_SetLanguage();
-    const kit::TraceLog log(Scratch().Path("log"));
-    Canary buffer(100);
-    for (const int size : {0, -1, INT_MIN})
-        TARVO_GetLastErrorMessage(buffer.Get(), size);
-    TARVO_GetLastErrorMessage(nullptr, 100);
-    EXPECT_TRUE(buffer.IsIntactBehind(0));
-    EXPECT_EQ(4U, log.Count("TARVO_GetLastErrorMessage: invalid argument"));
-}
-
-TEST_F(Messages, FetchingTheFailureIsTracedWithItsArguments)
-{
-    const kit::TraceLog log(Scratch().Path("log"));
-    char buffer[10];
-    TARVO_GetLastErrorMessage(buffer, sizeof buffer);
-    char title[100];
-    sprintf(title, "TARVO_GetLastErrorMessage(0x%08X,10)", reinterpret_cast<unsigned>(buffer));
-    const std::vector<std::string> expected = {std::string("{ ") + title, std::string("} ") + title};
-    EXPECT_EQ(expected, log.Indented());
 }
 
 TEST_F(Messages, PlaceholderFitsTheCallersBuffer)

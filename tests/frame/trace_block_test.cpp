@@ -38,17 +38,6 @@ private:
     std::string name_ = "log";
 };
 
-TEST_F(TraceInside, IndentationStopsAt1023)
-{
-    SetTraceOptions(kAllSeverities, 0, false, false);
-    for (const int depth : {340, 341, 342, 500}) {
-        const size_t before = Log().size();
-        TraceInBlocks(depth);
-        const std::string line = Log().substr(before);
-        EXPECT_EQ("1\t" + std::string(static_cast<size_t>(depth < 341 ? 3 * depth : 1023), ' ') + "here\n", line);
-    }
-}
-
 TEST_F(TraceInside, LongestLineIsWrittenWhole)
 {
     SetTraceOptions(kAllSeverities, 0, true, true);
@@ -64,21 +53,6 @@ TEST_F(TraceInside, LongestLineIsWrittenWhole)
     };
     Deep::Trace(400, message.c_str());
     EXPECT_TRUE(Log().ends_with("\t" + std::string(1023, ' ') + std::string(1023, 'm')));
-}
-
-TEST_F(TraceInside, SeverityCodes)
-{
-    for (const DWORD severity : {1, 2, 4, 8, 6})
-        TracePrint(severity, 0, "x\n");
-    EXPECT_EQ("3\tx\n2\tx\n1\tx\n0\tx\n0\tx\n", Log());
-}
-
-TEST_F(TraceInside, NegativeThresholdCountsAs0)
-{
-    SetTraceOptions(kAllSeverities, -5, false, false);
-    TracePrint(kInfo, 0, "seen\n");
-    TracePrint(kInfo, 1, "hidden\n");
-    EXPECT_EQ("1\tseen\n", Log());
 }
 
 TEST_F(TraceInside, StreamKeeps255Characters)

@@ -83,13 +83,6 @@ TEST_F(TraceConfig, SelectsColumnsAndLines)
     }
 }
 
-TEST_F(TraceConfig, IndentationGoesWithNid)
-{
-    WriteConfig("nid");
-    TARVO_StartDebugLogging();
-    EXPECT_TRUE(Traced().at(1).starts_with("1\tDLL instance")) << Log().back();
-}
-
 TEST_F(TraceConfig, HeaderStandsOnceBeforeTheBanner)
 {
     WriteConfig("tid");
@@ -127,14 +120,6 @@ TEST_F(TraceConfig, SwitchesTheOutput)
         TearDown();
         SetUp();
     }
-}
-
-TEST_F(TraceConfig, NameOf300CharactersIsRefused)
-{
-    WriteConfig("tf = " + std::string(300, 'n') + ", w\n");
-    TARVO_StartDebugLogging();
-    EXPECT_EQ(1U, TARVO_SetLanguage());
-    EXPECT_EQ(1U, CountBanners(LogPath()));
 }
 
 TEST_F(TraceConfig, IsReadAgainAfterTheInterval)

@@ -21,13 +21,6 @@ protected:
     size_t LogSize() { return kit::ReadFile(LogPath()).size(); }
 };
 
-TEST_F(TraceStart, NothingIsWrittenBefore)
-{
-    kit::ImportHook create("CreateFileA", &CreateFileA);
-    EXPECT_EQ(1U, TARVO_SetLanguage());
-    EXPECT_EQ(0, create.Calls());
-}
-
 TEST_F(TraceStart, WithoutConfigLinesCarrySeverityAndTime)
 {
     TARVO_StartDebugLogging();
@@ -45,13 +38,6 @@ TEST_F(TraceStart, WithoutConfigLinesCarrySeverityAndTime)
         EXPECT_TRUE(std::regex_match(log[index], std::regex(expected[index]))) << log[index];
 }
 
-TEST_F(TraceStart, HappensOnce)
-{
-    for (const auto start : {&TARVO_StartDebugLogging, &TARVO_StartDebugLogging2, &TARVO_StartDebugLogging})
-        start();
-    EXPECT_EQ(1U, CountBanners(LogPath()));
-}
-
 TEST_F(TraceStart, ADeclaredSetupStartsItByTheSecondExportAlone)
 {
     TARVO_LoadedInSetup();
@@ -59,13 +45,6 @@ TEST_F(TraceStart, ADeclaredSetupStartsItByTheSecondExportAlone)
     EXPECT_FALSE(kit::FileExists(LogPath()));
     TARVO_StartDebugLogging2();
     EXPECT_EQ(1U, CountBanners(LogPath()));
-}
-
-TEST_F(TraceStart, LogAtTheSizeLimitIsContinued)
-{
-    MakeLogOfSize(kLimit);
-    TARVO_StartDebugLogging();
-    EXPECT_LT(kLimit, LogSize());
 }
 
 TEST_F(TraceStart, LogAboveTheSizeLimitIsDeleted)
@@ -124,18 +103,6 @@ TEST_F(TraceRunTimeStart, FolderGetsItsOwnLog)
     EXPECT_EQ(1U, CountBanners(Scratch().Path("folder\\tarvo.log")));
 }
 
-TEST_F(TraceRunTimeStart, ExtensionAloneIsAFileName)
-{
-    Start(".txt", 0);
-    EXPECT_EQ(1U, CountBanners(Scratch().Path(".txt")));
-}
-
-TEST_F(TraceRunTimeStart, BareNameIsBesideTheProgram)
-{
-    TARVO_StartDebugLoggingRunTime("bare.log", 0);
-    EXPECT_EQ(1U, CountBanners(Scratch().Path("bare.log")));
-}
-
 TEST_F(TraceRunTimeStart, NoPathIsTheCommonFolder)
 {
     kit::ImportHook folder("SHGetFolderPathA", reinterpret_cast<HRESULT(WINAPI*)(HWND, int, HANDLE, DWORD, char*)>(0));
@@ -161,14 +128,6 @@ TEST_F(TraceRunTimeStart, OverwriteEmptiesAFileAndZeroAddsToIt)
     EXPECT_TRUE(kit::ReadFile(Scratch().Path("log")).starts_with("0\t"));
 }
 
-TEST_F(TraceRunTimeStart, TheOpenLogGoesOnWithAnotherBanner)
-{
-    Start("log", 1);
-    TARVO_SetLanguage();
-    Start("log", 1);
-    EXPECT_EQ(2U, CountBanners(Scratch().Path("log")));
-}
-
 TEST_F(TraceRunTimeStart, SwitchesFiles)
 {
     Start("one", 0);
@@ -177,15 +136,6 @@ TEST_F(TraceRunTimeStart, SwitchesFiles)
     TARVO_SetLanguage();
     EXPECT_EQ(one, kit::ReadFile(Scratch().Path("one")));
     EXPECT_NE(std::string::npos, kit::ReadFile(Scratch().Path("two")).find("{ TARVO_SetLanguage"));
-}
-
-TEST_F(TraceRunTimeStart, ResetsWhatTheConfigSelected)
-{
-    WriteConfig("tl = -1\n");
-    TARVO_StartDebugLogging();
-    const kit::TraceLog log(Scratch().Path("log"));
-    TARVO_SetLanguage();
-    EXPECT_EQ(3U, log.Lines().size());
 }
 
 TEST_F(TraceRunTimeStart, PathsWithoutRoomAreRefused)
@@ -197,13 +147,6 @@ TEST_F(TraceRunTimeStart, PathsWithoutRoomAreRefused)
         TARVO_StartDebugLoggingRunTime((longName + "\\").c_str(), 0);
         TARVO_StartDebugLoggingRunTime((Scratch().Path() + "\\" + longName).c_str(), 0);
     }
-    EXPECT_EQ(1U, TARVO_SetLanguage());
-}
-
-TEST_F(TraceRunTimeStart, FolderInTheWayOfTheLogIsNoError)
-{
-    CreateDirectoryA(Scratch().Path("taken").c_str(), nullptr);
-    Start("taken", 0);
     EXPECT_EQ(1U, TARVO_SetLanguage());
 }
 

@@ -31,19 +31,6 @@ protected:
     std::unique_ptr<PlainList> list_ = std::make_unique<PlainList>(); // too large for a stack
 };
 
-TEST_F(PendingList, RemovedEntriesExistButAreNotFound)
-{
-    Add("s", "t");
-    EXPECT_TRUE(list_->RemoveEntries("S", nullptr, kStored));
-    EXPECT_FALSE(list_->RemoveEntries("s", nullptr, kStored)) << "already removed";
-    EXPECT_TRUE(list_->isEntryExist("s", "T", kStored));
-    EXPECT_FALSE(list_->isEntryExist("s", "", kStored));
-    EXPECT_EQ(kNoEntry, list_->dwFindEntry("s", nullptr, kStored));
-    EXPECT_EQ(1U, list_->EntryCount());
-    EXPECT_TRUE(list_->EntryAt(0)->Removed());
-    EXPECT_EQ(nullptr, list_->EntryAt(1));
-}
-
 TEST_F(PendingList, NewestMatchIsFound)
 {
     Add("a", "t");
@@ -64,14 +51,6 @@ TEST_F(PendingList, NewestMatchIsFound)
     EXPECT_TRUE(list_->isEntryExist(nullptr, nullptr, kStored));
 }
 
-TEST_F(PendingList, EntryNeedsBothTexts)
-{
-    EXPECT_EQ(87U, list_->AddEntry(nullptr, "t", kStored));
-    EXPECT_EQ(87U, list_->AddEntry("s", nullptr, kPlain));
-    EXPECT_EQ(0U, list_->EntryCount());
-    EXPECT_FALSE(list_->isEntryExist(nullptr, nullptr, kStored));
-}
-
 TEST_F(PendingList, OnlyChangesOfWhatWasReceivedCount)
 {
     Add("a", "");
@@ -85,22 +64,6 @@ TEST_F(PendingList, OnlyChangesOfWhatWasReceivedCount)
     list_->ReleaseInfo();
     EXPECT_TRUE(list_->UpToDate());
     EXPECT_FALSE(list_->InfoReceived());
-}
-
-TEST_F(PendingList, ReleaseGivesEverySlotBack)
-{
-    for (DWORD round = 0; round < 2; ++round) {
-        for (DWORD number = 0; number < PendingFileInfo::kMaxEntries; ++number)
-            ASSERT_EQ(0U, list_->AddEntry(std::to_string(number).c_str(), round ? "" : "a target", kStored));
-        EXPECT_EQ(8U, list_->AddEntry("x", "", kStored));
-        EXPECT_EQ(5119U, list_->dwFindEntry("5119", nullptr, kStored));
-        EXPECT_EQ(round ? kNoEntry : 5119U, list_->dwFindEntry(nullptr, "A Target", kStored));
-        list_->RemoveEntries("17", nullptr, kStored);
-        list_->ReleaseInfo();
-        EXPECT_EQ(kNoEntry, list_->dwFindEntry("5119", nullptr, kStored));
-    }
-    Add("1", "");
-    EXPECT_EQ(kNoEntry, list_->dwFindEntry("17", nullptr, kStored)) << "texts of old slots are not looked at";
 }
 
 TEST_F(PendingList, LookUpTouchesFewEntries)
@@ -150,33 +113,5 @@ const PlainCase kPlainForms[] = {
     {"target too short for a path", R"(\??\C:\a)", R"(xxxxx)", 0, R"(C:\a)", ""},
     {"source too short for a path", R"(xxxx)", R"(!\??\C:\b)", 0, "", R"(C:\b)"},
 };
-
-TEST(PendingEntry, PlainPathsComeBackFromTheStoredForm)
-{
-    auto list = std::make_unique<PendingFileInfoNT>();
-    for (const PlainCase& row : kPlainForms) {
-        SCOPED_TRACE(row.fact);
-        PendingFileEntry entry;
-        EXPECT_EQ(0U, entry.SetEntry(row.source, row.target));
-        char source[MAX_PATH] = "unset";
-        char target[MAX_PATH] = "unset";
-        EXPECT_EQ(row.code, list->UnFormatEntry(entry, source, target));
-        EXPECT_STREQ(row.plainSource, source);
-        EXPECT_STREQ(row.plainTarget, target);
-        list->UnFormatEntry(entry, nullptr, nullptr);
-    }
-}
-
-TEST(PendingEntry, FormattingKeepsEmptyAndMissingTexts)
-{
-    auto list = std::make_unique<PendingFileInfoNT>();
-    PendingFileEntry entry;
-    EXPECT_EQ(0U, list->FormatEntry(entry, "", "\\\\s\\x"));
-    EXPECT_STREQ("", entry.Source());
-    EXPECT_STREQ("!\\??\\UNC\\s\\x", entry.Target());
-    EXPECT_EQ(0U, list->FormatEntry(entry, nullptr, ""));
-    EXPECT_EQ(nullptr, entry.Source());
-    EXPECT_STREQ("", entry.Target());
-}
 
 } // namespace

@@ -122,17 +122,6 @@ TEST_F(PendingExports, RemovingTakesWhatMatches)
         Check(row);
 }
 
-TEST_F(PendingExports, PairsAreStoredAsZeroTerminatedTexts)
-{
-    PendingValue::Remove();
-    TARVO_RenameAfterReboot("C:\\a", "C:\\b");
-    TARVO_RenameAfterReboot("C:\\c", nullptr);
-    constexpr std::wstring_view expected = L"\\??\\C:\\a\0!\\??\\C:\\b\0\\??\\C:\\c\0\0"sv;
-    const auto written = PendingValue::ReadRaw();
-    PendingValue::WriteRaw(expected);
-    EXPECT_EQ(PendingValue::ReadRaw(), written);
-}
-
 TEST_F(PendingExports, RemovingTheLastPairLeavesAnEmptyList)
 {
     PendingValue::Write(kThree);
@@ -184,19 +173,6 @@ TEST_F(PendingExports, FindingTellsWhatComesThere)
             EXPECT_EQ(kit::SystemText(row.code), kit::LastMessage());
         }
     }
-}
-
-TEST_F(PendingExports, FindingForgetsWhatWasRemoved)
-{
-    PendingValue::Write({{R"(\??\C:\old)", R"(!\??\C:\a)"}});
-    TARVO_SetPFOsImmediateFlush(0);
-    TARVO_RenameAfterReboot("C:\\new", "C:\\a");
-    TARVO_RemovePendingFileOperation("C:\\new", nullptr);
-    char source[MAX_PATH];
-    EXPECT_EQ(0U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
-    EXPECT_STREQ("C:\\old", source);
-    TARVO_RemovePendingFileOperation("C:\\old", nullptr);
-    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
 }
 
 TEST_F(PendingExports, FoundSourceStaysInsideTheBuffer)
@@ -256,21 +232,6 @@ TEST_F(PendingExports, EachChangeIsOneWriteWhileFlushIsOn)
     EXPECT_EQ(2, set.Calls());
 }
 
-TEST_F(PendingExports, ChangesWaitWhileFlushIsOff)
-{
-    PendingValue::Write({});
-    kit::ImportHook set("RegSetValueExW", &RegSetValueExW);
-    TARVO_SetPFOsImmediateFlush(0);
-    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\a", "C:\\b"));
-    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\c", nullptr));
-    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\a", nullptr));
-    EXPECT_EQ(0, set.Calls());
-    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
-    EXPECT_EQ((Pairs{{R"(\??\C:\c)", ""}}), PendingValue::Read());
-    EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
-    EXPECT_EQ(1, set.Calls());
-}
-
 TEST_F(PendingExports, ReceivingWritesWaitingChangesFirst)
 {
     PendingValue::Write({});
@@ -328,20 +289,6 @@ TEST_F(PendingExports, ValueOfMorePairsIsRefusedAndStays)
     EXPECT_EQ(pairs, PendingValue::Read());
     PendingValue::Write({});
     EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source)) << "nothing of it was kept";
-}
-
-TEST_F(PendingExports, WorkDoesNotGrowWithTheList)
-{
-    // Of one change: how often the registry is asked, and how much memory beyond a text or two per pair.
-    const auto cost = [this](size_t others) {
-        PendingValue::Write(Pairs(others, {R"(\??\C:\theirs)", ""}));
-        Reload();
-        kit::ImportHook query("RegQueryValueExW", &RegQueryValueExW);
-        TARVO_RenameAfterReboot("C:\\a", "C:\\b");
-        return std::pair{query.Calls(), Heap().Allocations() - 2 * static_cast<unsigned>(others)};
-    };
-    EXPECT_EQ(cost(1), cost(1000));
-    EXPECT_LE(cost(1).first, 4);
 }
 
 TEST_F(PendingExports, TraceTellsTheStory)

@@ -67,14 +67,6 @@ TEST_F(PendingRenameValue, PairsOfOthersComeBackBitForBit)
     }
 }
 
-TEST_F(PendingRenameValue, NamesTheCodePageLacksMatchNoOther)
-{
-    PendingValue::WriteRaw(Units(L"\\??\\C:\\\x65E5\0\0\\??\\C:\\?\0\0\\??\\C:\\\x0100\0\0\0"));
-    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\?", nullptr));
-    EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\A", nullptr));
-    EXPECT_EQ(Units(L"\\??\\C:\\\x65E5\0\0\\??\\C:\\\x0100\0\0\0"), ValueUnits());
-}
-
 struct MergeCase {
     const char* fact;
     Pairs received;
@@ -143,20 +135,6 @@ const BetweenCase kBetween[] = {
     {"another form", {{R"(\??\D:\x\)", ""}}, {{R"(\??\D:\x)", ""}, {R"(\??\C:\b)", ""}}},
 };
 // clang-format on
-
-TEST_F(PendingRenameValue, EachFlushStartsFromTheValueAsItIs)
-{
-    for (const BetweenCase& row : kBetween) {
-        SCOPED_TRACE(row.fact);
-        PendingValue::Write({});
-        EXPECT_EQ(0U, AddOurs());
-        PendingValue::Write(row.between);
-        EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\b", nullptr));
-        EXPECT_EQ(row.after, PendingValue::Read());
-        EXPECT_EQ(0U, TARVO_RemovePendingFileOperation("C:\\b", nullptr));
-        EXPECT_EQ(Pairs(row.after.begin(), row.after.end() - 1), PendingValue::Read());
-    }
-}
 
 TEST_F(PendingRenameValue, ValueThatOthersFilledBetweenTwoFlushesIsFull)
 {
@@ -295,34 +273,6 @@ TEST_F(PendingRenameValue, ValueThatGrowsWhileReadIsAskedForAgain)
               PendingValue::Read());
 }
 
-TEST_F(PendingRenameValue, ValueThatShrinksWhileReadIsTakenAsItIs)
-{
-    PendingValue::Write({{R"(\??\D:\a)", ""}, {R"(\??\D:\b)", ""}});
-    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
-    query.Answer([&](HKEY key, auto name, auto reserved, DWORD* type, BYTE* data, DWORD* size) {
-        const LSTATUS code = query.Original()(key, name, reserved, type, data, size);
-        if (query.Calls() == 1)
-            PendingValue::Write({{R"(\??\D:\a)", ""}});
-        return code;
-    });
-    EXPECT_EQ(0U, AddOurs());
-    EXPECT_EQ((Pairs{{R"(\??\D:\a)", ""}, {R"(\??\C:\ours)", ""}}), PendingValue::Read());
-}
-
-TEST_F(PendingRenameValue, ValueThatAlwaysGrowsEndsTheReading)
-{
-    const Pairs before = {{R"(\??\D:\a)", ""}};
-    PendingValue::Write(before);
-    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
-    query.Answer([](auto, auto, auto, auto, BYTE* data, DWORD* size) -> LSTATUS {
-        *size = 10;
-        return data ? ERROR_MORE_DATA : ERROR_SUCCESS;
-    });
-    EXPECT_EQ(DWORD{ERROR_MORE_DATA}, AddOurs());
-    EXPECT_LE(query.Calls(), 20);
-    EXPECT_EQ(before, PendingValue::Read());
-}
-
 TEST_F(PendingRenameValue, KeyThatDoesNotOpenIsReportedByEachExport)
 {
     const Pairs before = {{R"(\??\D:\a)", ""}};
@@ -370,34 +320,6 @@ TEST_F(PendingRenameValue, FailedWriteIsTriedAgain)
     EXPECT_EQ(before, PendingValue::Read());
     EXPECT_EQ(0U, TARVO_UpdatePFOsInfo());
     EXPECT_EQ((Pairs{{R"(\??\D:\a)", ""}, {R"(\??\C:\ours)", ""}, {R"(\??\C:\b)", ""}}), PendingValue::Read());
-}
-
-TEST_F(PendingRenameValue, FailedReadLeavesTheValue)
-{
-    const Pairs before = {{R"(\??\D:\a)", ""}};
-    PendingValue::Write(before);
-    kit::TraceLog log(Scratch().Path("trace.log"));
-    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
-    for (const bool dataFails : {false, true}) {
-        query.Answer([&](auto, auto, auto, auto, BYTE* data, DWORD* size) -> LSTATUS {
-            *size = 10; // a size is told all the same
-            return (data != nullptr) == dataFails ? ERROR_IO_DEVICE : ERROR_SUCCESS;
-        });
-        EXPECT_EQ(DWORD{ERROR_IO_DEVICE}, AddOurs());
-        EXPECT_TRUE(log.Contains("RegQueryValueEx failed to read [PendingFileRenameOperations], error code: [1117]."));
-        EXPECT_EQ(before, PendingValue::Read());
-    }
-}
-
-TEST_F(PendingRenameValue, SizeThatIsNotToldIsAnEmptyList)
-{
-    PendingValue::Write({{R"(\??\C:\ours)", R"(!\??\C:\a)"}});
-    kit::TraceLog log(Scratch().Path("trace.log"));
-    QueryHook query("RegQueryValueExW", &RegQueryValueExW);
-    query.FailAll(0, ERROR_ACCESS_DENIED);
-    char source[MAX_PATH];
-    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\a", source, sizeof source));
-    EXPECT_TRUE(log.Contains("PendingFileRenameOperations registry value does not exist."));
 }
 
 TEST_F(PendingRenameValue, WithoutMemoryNothingIsLost)

@@ -123,19 +123,6 @@ TEST_F(RegistryDeletion, EntriesInBothViews)
     }
 }
 
-TEST_F(RegistryDeletion, MalformedEntriesGiveNoErrorText)
-{
-    for (const Side& side : kSides) {
-        SCOPED_TRACE(side.deleter);
-        EXPECT_EQ((Texts{"HKLM\\Software\\none: 2", "nobackslash: 1", "\\none: 2"}),
-                  Replay("[" + std::string(side.section) + "]\nnobackslash=1\nHKLM\\Software\\none=1\n\\none=1\n"));
-        const std::string deleter = side.deleter;
-        EXPECT_EQ(1U, trace_->Count(deleter + ": Can't find first backslash in the string."));
-        EXPECT_EQ(2U, trace_->Count(deleter + ": Can't recognize main key in the string."));
-        EXPECT_EQ(0U, trace_->Count("Function " + deleter + " error"));
-    }
-}
-
 TEST_F(RegistryDeletion, LinesThatAreNotMarkedArePassedOver)
 {
     kit::WriteValue(Key().Path("k"), "v", kit::RegistryValue::Text("x"));
@@ -147,29 +134,6 @@ TEST_F(RegistryDeletion, LinesThatAreNotMarkedArePassedOver)
     }
     EXPECT_EQ(Texts{R"(\k\\v: 0)"}, Replay("[Registry entries]\n" + entry + "=1 and more\n"));
     EXPECT_FALSE(kit::ReadValue(Key().Path("k"), "v"));
-}
-
-TEST_F(RegistryDeletion, MainKeysMatchInAnyLetterCase)
-{
-    kit::WriteValue(Key().Path("k"), "v", kit::RegistryValue::Text("x"));
-    EXPECT_EQ(Texts{"hkey_LOCAL_machine\\" + Key().Path(R"(k\\v)") + ": 0"},
-              Replay("[Registry entries]\nhkey_LOCAL_machine\\" + Key().Path(R"(k\\v)") + "=1\n"));
-    EXPECT_FALSE(kit::ReadValue(Key().Path("k"), "v"));
-}
-
-TEST_F(RegistryDeletion, KeyThatHoldsSomethingIsTraced)
-{
-    kit::WriteValue(Key().Path("k"), "v", kit::RegistryValue::Text("x"));
-    EXPECT_EQ(Texts{R"(\k: 145)"}, Delete({"k"}));
-    const Texts messages = trace_->Messages();
-    const auto begin = std::find(messages.begin(), messages.end(), "{ DeleteRegEntryOrValue");
-    ASSERT_LE(8, messages.end() - begin);
-    EXPECT_EQ((Texts{"{ DeleteRegEntryOrValue", "Entry=[" + Key().Locator("k") + "].", "{ SubkeyOrValueUnderKeyExist",
-                     "} SubkeyOrValueUnderKeyExist", "Subkey or value exist under the specified key.",
-                     "Function DeleteRegEntryOrValue error: [145] (Subkey or value exist under the specified key)",
-                     "} DeleteRegEntryOrValue",
-                     "Deleting of registry value or key [" + Key().Locator("k") + "] results in [145]"}),
-              Texts(begin, begin + 8));
 }
 
 TEST_F(RegistryDeletion, EachFailingStepGivesItsCode)

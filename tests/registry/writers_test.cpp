@@ -195,18 +195,6 @@ TEST_F(RegistryWriters, RecordsCreatedLevelsThenTheValue)
     EXPECT_EQ(lines, LogLines(log_)) << "the default value ends in two backslashes";
 }
 
-TEST_F(RegistryWriters, ForwardSlashEndsALevelToo)
-{
-    EXPECT_EQ(0U, Write(R"(\a/b\c\\name|data)"));
-    EXPECT_EQ(Recorded({"a", "a/b", R"(a/b\c)", R"(a/b\c\\name)"}), SectionLines(log_, kOwnSection));
-    EXPECT_TRUE(kit::KeyExists(Key().Path("a"))) << "the level up to the slash";
-    EXPECT_EQ(kit::RegistryValue::Text("data"), kit::ReadValue(Key().Path(R"(a/b\c)"), "name"));
-    // All of the path is there, but not the level that ends at the slash.
-    kit::MakeKey(Key().Path(R"(p/q)"));
-    EXPECT_EQ(0U, Write(R"(\p/q\\name|data)"));
-    EXPECT_TRUE(kit::KeyExists(Key().Path("p")));
-}
-
 TEST_F(RegistryWriters, TraceOfTheWalk)
 {
     kit::MakeKey(Key().Path("A"), kit::View::kOwn);
@@ -242,52 +230,6 @@ TEST_F(RegistryWriters, TraceOfTheWalk)
     }
 }
 
-TEST_F(RegistryWriters, TraceOfACall)
-{
-    TARVO_StopUninstallLogging();
-    const std::string locator = Key().Locator() + R"(\\name|data)";
-    const kit::TraceLog trace(Scratch().Path("trace.log"));
-    EXPECT_EQ(0U, TARVO_CreateRegistryEntryEx(locator.c_str(), REG_SZ, TRUE, TRUE));
-    const std::string key = "Main key=[80000002], [HKEY_LOCAL_MACHINE], subkey=[" + Key().Path() + "]";
-    EXPECT_EQ((Texts{
-                  "{ TARVO_CreateRegistryEntryEx",
-                  "   Entry name=[" + locator + "], type=[1], flush=[1], virtualized=[1]",
-                  "   { SetRegistryValueEx",
-                  "      Locator=[" + locator + "], type=[1], flush=[1], virtualized=[1]",
-                  "      { SplitLocator",
-                  "         Called with locator=[" + locator + "]",
-                  "         Function SplitLocator OK.",
-                  "      } SplitLocator",
-                  "      { CreateRegKeyEx",
-                  "         " + key + ", virtualized=[1].",
-                  "         "s + kExists,
-                  "         "s + kExists,
-                  "         "s + kExists,
-                  "         Function CreateRegKeyEx OK.",
-                  "      } CreateRegKeyEx",
-                  "      { SetRegValueEx",
-                  "         " + key + ", entry=[name], value=[data], type=[1].",
-                  "         Got size for string value = [5]",
-                  "         { AddRollbackRegEntry",
-                  "            { TARVO_AddRollbackEntry",
-                  "               Not single entry: file=[] section=[Registry entries] entry=[" + Key().Locator() +
-                      R"(\\name] value=[1])",
-                  "               TARVO_AddRollbackEntry: No rollback log file.",
-                  "               Function TARVO_AddRollbackEntry OK.",
-                  "            } TARVO_AddRollbackEntry",
-                  "            Function AddRollbackRegEntry OK.",
-                  "         } AddRollbackRegEntry",
-                  "         Function SetRegValueEx OK.",
-                  "      } SetRegValueEx",
-                  "      Function SetRegistryValueEx OK.",
-                  "   } SetRegistryValueEx",
-                  "   Function TARVO_CreateRegistryEntryEx OK.",
-                  "} TARVO_CreateRegistryEntryEx",
-              }),
-              trace.Indented());
-    EXPECT_EQ(kit::RegistryValue::Text("data"), kit::ReadValue(Key().Path(), "name")) << "without a log, too";
-}
-
 TEST_F(RegistryWriters, KeyThatCannotBeMadeLeavesTheLevelsAbove)
 {
     const kit::TraceLog trace(Scratch().Path("trace.log"));
@@ -311,37 +253,6 @@ TEST_F(RegistryWriters, KeyThatCannotBeMadeLeavesTheLevelsAbove)
           "Function CreateRegKeyEx error: [5] (RegCreateKey failed.)", "SetRegistryValueEx: CreateRegKeyEx failed.",
           "Function TARVO_CreateRegistryEntryEx error: [5] (Creating registry entry failed)"})
         EXPECT_EQ(1U, trace.Count(line)) << line;
-}
-
-TEST_F(RegistryWriters, KeyThatCannotBeOpenedForWritingStays)
-{
-    const kit::TraceLog trace(Scratch().Path("trace.log"));
-    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-    open.Answer([&](HKEY key, const char* path, DWORD options, REGSAM access, HKEY* result) {
-        return access & KEY_SET_VALUE ? ERROR_ACCESS_DENIED : open.Original()(key, path, options, access, result);
-    });
-    EXPECT_EQ(5U, Write(R"(\k\\name|data)"));
-    EXPECT_EQ(5U, WriteEx(R"(\k\\name|data)", FALSE));
-    EXPECT_EQ("Creating registry entry failed", kit::LastMessage());
-    EXPECT_TRUE(kit::KeyExists(Key().Path("k"), kit::View::kOwn));
-    EXPECT_TRUE(kit::KeyExists(Key().Path("k"), kit::View::k64));
-    EXPECT_EQ(Recorded({"k"}), SectionLines(log_, kOwnSection));
-    EXPECT_EQ(Recorded({"k"}), SectionLines(log_, k64Section));
-    EXPECT_EQ(2U, trace.Count("RegOpenKeyEx failed: [5]."));
-    EXPECT_EQ(0U, trace.Count("Function SetRegValue error")) << "the code is handed on";
-    EXPECT_EQ(1U, trace.Count("SetRegistryValueEx: SetRegValue failed."));
-}
-
-TEST_F(RegistryWriters, KeyThatCannotBeReadIsCreatedOnTop)
-{
-    kit::WriteValue(Key().Path("k"), "old", kit::RegistryValue::Text("stays"));
-    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-    open.Answer([&](HKEY key, const char* path, DWORD options, REGSAM access, HKEY* result) {
-        return access & KEY_SET_VALUE ? open.Original()(key, path, options, access, result) : ERROR_ACCESS_DENIED;
-    });
-    EXPECT_EQ(0U, Write(R"(\k\\name|data)"));
-    EXPECT_EQ(kit::RegistryValue::Text("stays"), kit::ReadValue(Key().Path("k"), "old"));
-    EXPECT_EQ(kit::RegistryValue::Text("data"), kit::ReadValue(Key().Path("k"), "name"));
 }
 
 TEST_F(RegistryWriters, ValueThatCannotBeSetIsNotRecorded)

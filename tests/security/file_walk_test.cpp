@@ -60,21 +60,6 @@ TEST_F(FileWalk, FileAloneAndClosingSeparators)
     }
 }
 
-TEST_F(FileWalk, UnreadableFolderIsPassedOver)
-{
-    MakeFolder("a");
-    MakeFolder("b");
-    Scratch().Make("a\\1");
-    Scratch().Make("b\\2");
-    kit::ImportHook find("FindFirstFileA", &FindFirstFileA);
-    find.Answer([&](const char* pattern, WIN32_FIND_DATAA* data) {
-        if (pattern == Scratch().Path("a\\*.*"))
-            return SetLastError(ERROR_ACCESS_DENIED), INVALID_HANDLE_VALUE;
-        return find.Original()(pattern, data);
-    });
-    EXPECT_EQ(Names({"", "\\a", "\\b", "\\b\\2"}), Reached());
-}
-
 TEST_F(FileWalk, FailingFolderIsNotEntered)
 {
     MakeFolder("a");

@@ -35,18 +35,6 @@ TEST_F(ServiceControl, RunningServiceIsStoppedOnce)
     EXPECT_EQ("start 1 ", service.Recorded());
 }
 
-TEST_F(ServiceControl, RefusalIsHandedOn)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    TestService service("TarvoControl");
-    service.Install("refuses");
-    service.Start();
-    EXPECT_EQ(DWORD{ERROR_INVALID_SERVICE_CONTROL}, TARVO_StopService(nullptr, service.Name()));
-    EXPECT_EQ(SystemTextWithLineEnd(ERROR_INVALID_SERVICE_CONTROL), kit::LastMessage());
-    EXPECT_TRUE(log.Contains("Called with [<Local Machine>] [TarvoControl]"));
-    EXPECT_EQ(DWORD{SERVICE_RUNNING}, service.State());
-}
-
 TEST_F(ServiceControl, UserControlReachesTheService)
 {
     const kit::TraceLog log(Scratch().Path("trace.log"));
@@ -208,16 +196,6 @@ TEST_F(ServiceControl, WaitPollsOnceASecondAndThenJudges)
         EXPECT_EQ(expected, lines);
     }
     EXPECT_EQ(kit::SystemText(ERROR_INVALID_FUNCTION), kit::LastMessage());
-}
-
-TEST_F(ServiceControl, WaitForAServiceThatNeverRunsEnds)
-{
-    TestService service("TarvoControl");
-    service.Install("never-runs");
-    service.Start(SERVICE_START_PENDING);
-    const FakeClock clock(0);
-    EXPECT_EQ(0U, TARVO_WaitForServiceState(nullptr, service.Name(), SERVICE_RUNNING, 60000, nullptr));
-    EXPECT_EQ("100 " + std::string(61, 's'), clock.Pauses());
 }
 
 } // namespace

@@ -239,34 +239,6 @@ TEST_F(ServiceFailure, ToOpenTheServiceEndsAllButTheQuestionsOfRights)
     }
 }
 
-TEST_F(ServiceFailure, ToCloseTheCreatedServiceIsAFailureToo)
-{
-    TestService missing(kMissing);
-    kit::ImportHook close("CloseServiceHandle", &CloseServiceHandle);
-    close.Answer([&](SC_HANDLE handle) {
-        const BOOL closed = close.Original()(handle);
-        SetLastError(kCode);
-        return close.Calls() == 1 ? FALSE : closed;
-    });
-    EXPECT_EQ(kCode, Install(kMissing, FALSE));
-    EXPECT_EQ(SystemTextWithLineEnd(kCode), kit::LastMessage());
-}
-
-TEST_F(ServiceFailure, InTheHardwareProfileLeavesTheServiceButNoRecord)
-{
-    TestService service(kMissing);
-    const std::string uninstallLog = Scratch().Path("uninstall.log");
-    TARVO_StartUninstallLogging(uninstallLog.c_str(), nullptr);
-    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-    open.Answer([](auto...) { return LSTATUS{ERROR_ACCESS_DENIED}; });
-    for (const BOOL change : {FALSE, TRUE}) {
-        EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, Install(kMissing, change));
-        EXPECT_EQ(kit::SystemText(ERROR_ACCESS_DENIED), kit::LastMessage());
-        EXPECT_TRUE(service.Exists());
-        EXPECT_FALSE(kit::FileExists(uninstallLog));
-    }
-}
-
 TEST_F(ServiceFailure, NamesTheStepOfAWaitOrAQuestion)
 {
     const struct {

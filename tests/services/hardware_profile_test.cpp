@@ -89,29 +89,6 @@ TEST_F(HardwareProfile, FlagsCannotBeReadWithWriteAccessAlone)
     EXPECT_TRUE(log.Contains("Writing value CSConfigFlags=[0]"));
 }
 
-TEST_F(HardwareProfile, FlagsThatCanBeReadLoseTheirEnds)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    const NodeKey node("ROOT\\LEGACY_TARVONODE\\0000", 0xF00000FF);
-    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-    open.Answer([&](HKEY parent, const char* subkey, DWORD options, REGSAM access, HKEY* key) {
-        return open.Original()(parent, subkey, options, access | KEY_READ, key);
-    });
-    EXPECT_EQ(0U, Enable("TarvoNode"));
-    EXPECT_EQ(kit::RegistryValue::Dword(0xF8), node.Flags());
-    EXPECT_TRUE(log.Contains("Read old value CSConfigFlags=[f00000ff]"));
-    EXPECT_TRUE(log.Contains("Writing value CSConfigFlags=[f8]"));
-}
-
-TEST_F(HardwareProfile, MissingNodeIsNoFailureAndIsNotMade)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    EXPECT_EQ(0U, TARVO_EnableServiceInHWProfile("m", "TarvoMissing", "p", "c"));
-    EXPECT_FALSE(kit::KeyExists(kNodes + std::string("ROOT\\LEGACY_TARVOMISSING")));
-    EXPECT_TRUE(log.Contains("Called with: [m] [TarvoMissing] [p] [c]"));
-    EXPECT_TRUE(log.Contains("\\ROOT\\LEGACY_TARVOMISSING\\0000] doesn't exist. So service is not disabled."));
-}
-
 TEST_F(HardwareProfile, FailuresGiveTheirCode)
 {
     const NodeKey node("ROOT\\LEGACY_TARVONODE\\0000", 7);

@@ -178,40 +178,6 @@ TEST_F(ServiceInstallation, ConfigurationIsCutToTheBuffersOfTheCaller)
         EXPECT_EQ(std::string(kSizes[index] - 1, 'x') + '\0' + '#', texts[index]) << index;
 }
 
-TEST_F(ServiceInstallation, ConfigurationIsReadThoughItGrowsOrIsNotAskedFor)
-{
-    TestService service("TarvoInstallation");
-    service.Install("plain");
-    kit::ImportHook query("QueryServiceConfigA", &QueryServiceConfigA);
-    query.Answer([&](SC_HANDLE handle, QUERY_SERVICE_CONFIGA* config, DWORD size, DWORD* needed) {
-        const BOOL done = query.Original()(handle, config, size, needed);
-        if (!config)
-            *needed = sizeof *config; // as if the texts came later
-        return done;
-    });
-    char path[260] = {};
-    EXPECT_EQ(0U, TARVO_GetServiceConfig(nullptr, service.Name(), nullptr, nullptr, path, nullptr, nullptr));
-    EXPECT_EQ(service.Program("plain").substr(0, 259), path);
-    EXPECT_EQ(0U, TARVO_GetServiceConfig(nullptr, service.Name(), nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_TRUE(Log().Contains("Detected config: start=[-1], interact=[-1], binpath=[not requested], "
-                               "account=[not requested], displayname=[not requested]"));
-}
-
-TEST_F(ServiceInstallation, OptionalSettingIsHandedOnAndNotRecorded)
-{
-    TestService service("TarvoInstallation");
-    service.Install("plain");
-    char text[] = "new description";
-    SERVICE_DESCRIPTIONA description = {text};
-    const DWORD address = reinterpret_cast<DWORD>(&description);
-    EXPECT_EQ(0U, TARVO_ChangeServiceConfig2(nullptr, service.Name(), SERVICE_CONFIG_DESCRIPTION, address));
-    EXPECT_EQ(text, DescriptionOf(service.Name()));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, TARVO_ChangeServiceConfig2(nullptr, service.Name(), 99, address));
-    EXPECT_EQ("", Recorded());
-    EXPECT_TRUE(Log().Contains("Called with [null] [TarvoInstallation] [99] [" +
-                               std::to_string(static_cast<int>(address)) + "]"));
-}
-
 TEST_F(ServiceInstallation, ServiceIsFoundAndRemoved)
 {
     TestService service("TarvoInstallation");
@@ -227,32 +193,6 @@ TEST_F(ServiceInstallation, ServiceIsFoundAndRemoved)
     EXPECT_EQ(0U, TARVO_RemoveService(nullptr, service.Name()));
     EXPECT_TRUE(service.IsGone());
     EXPECT_EQ("start 1 ", service.Recorded());
-}
-
-TEST_F(ServiceInstallation, ServiceThatRefusesItsStopIsRemovedAllTheSame)
-{
-    TestService service("TarvoInstallation");
-    service.Install("refuses");
-    service.Start();
-    EXPECT_EQ(0U, TARVO_RemoveService(nullptr, service.Name()));
-    EXPECT_EQ("start ", service.Recorded());
-}
-
-TEST_F(ServiceInstallation, LackOfMemoryForTheQuotesIsReported)
-{
-    TestService service("TarvoInstallation");
-    WithEachAllocationFailing([&] {
-        const DWORD code = Install(service, "C:\\x.exe", kOwn, TRUE);
-        EXPECT_EQ(Heap().FailureHappened() ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS, code);
-        if (code != ERROR_SUCCESS) {
-            EXPECT_EQ(kit::SystemText(code), kit::LastMessage());
-            EXPECT_TRUE(service.IsGone());
-            EXPECT_EQ("", Recorded());
-        }
-    });
-    Heap().FailAllocation(1);
-    EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_MEMORY}, Install(service, "C:\\y.exe", kOwn, TRUE));
-    EXPECT_NE(std::string::npos, ConfigOf(service.Name()).find("x.exe"));
 }
 
 } // namespace

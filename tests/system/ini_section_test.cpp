@@ -138,32 +138,6 @@ TEST_F(IniSection, SizesAroundTheRequiredOne)
     }
 }
 
-TEST_F(IniSection, EmptyListIsTwoZeros)
-{
-    Write("");
-    EXPECT_EQ((Section{ERROR_MORE_DATA, 2, {}}), Read("s", 1));
-    EXPECT_EQ((Section{0, 2, {}}), Read("s", 3));
-    EXPECT_EQ(2U, written_);
-}
-
-TEST_F(IniSection, SizeIsUnsigned)
-{
-    Write("[s]\na\n");
-    char buffer[16] = {};
-    DWORD size = 0x80000000;
-    EXPECT_EQ(0U, TARVO_ReadIniFileSection(file_.c_str(), "s", buffer, &size));
-    EXPECT_EQ(4U, size);
-    EXPECT_STREQ("a", buffer);
-}
-
-TEST_F(IniSection, WithoutABufferNoSizeIsEnough)
-{
-    Write("[s]\na\n");
-    DWORD size = 1000;
-    EXPECT_EQ(DWORD{ERROR_MORE_DATA}, TARVO_ReadIniFileSection(file_.c_str(), "s", nullptr, &size));
-    EXPECT_EQ(4U, size);
-}
-
 struct LongLineRow {
     size_t length; // without the line feed
     DWORD required;
@@ -247,36 +221,6 @@ TEST_F(IniSection, MissingArgumentsAndFiles)
     EXPECT_EQ(2U, TARVO_ReadIniFileSection(file_.c_str(), "s", buffer, &size)) << "a locked file";
     EXPECT_STREQ("abc", buffer);
     EXPECT_EQ(77U, size);
-}
-
-TEST_F(IniSection, StreamThatCannotBeMadeLeavesNoHandle)
-{
-    Write("[s]\na\n");
-    for (const char* step : {"_open_osfhandle", "_fdopen"}) {
-        SCOPED_TRACE(step);
-        kit::ImportHook descriptor("_open_osfhandle", &_open_osfhandle);
-        kit::ImportHook stream("_fdopen", &_fdopen);
-        if (std::string(step) == "_fdopen")
-            stream.FailAll(0, nullptr);
-        else
-            descriptor.FailAll(0, -1);
-        EXPECT_EQ(2U, Read("s", 10).code);
-    }
-}
-
-TEST_F(IniSection, TracesWhatItReads)
-{
-    Write("[s]\na=1\n  b\n\n");
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    char buffer[100];
-    DWORD size = sizeof buffer;
-    EXPECT_EQ(0U, TARVO_ReadIniFileSection(file_.c_str(), "s", buffer, &size));
-    char first[400];
-    snprintf(first, sizeof first, "   File: [%s], Section: [s], Buffer: [%x], size: [%x]->[100].", file_.c_str(),
-             reinterpret_cast<unsigned>(buffer), reinterpret_cast<unsigned>(&size));
-    EXPECT_EQ((Texts{"{ TARVO_ReadIniFileSection", first, "   Required buffer size: [13].", "   [a=1]", "   [b]",
-                     "   Function TARVO_ReadIniFileSection OK.", "} TARVO_ReadIniFileSection"}),
-              log.Indented());
 }
 
 } // namespace

@@ -136,15 +136,6 @@ TEST_F(PlatformExports, EachVersionHasItsCodeAndLines)
     EXPECT_EQ(std::vector<DWORD>(std::size(kVersions), 156), Sizes());
 }
 
-TEST_F(PlatformExports, FailingQueryIsUnknownAndLeavesItsText)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    SayNothing();
-    EXPECT_EQ(101U, TARVO_GetPlatform());
-    EXPECT_EQ(kit::SystemText(ERROR_NOT_READY), kit::LastMessage());
-    EXPECT_TRUE(log.Contains("GetVersionEx failed."));
-}
-
 TEST_F(PlatformExports, ServicePackIsReadBehindThirteenCharacters)
 {
     const struct {
@@ -261,16 +252,6 @@ TEST_F(PlatformExports, SixtyFourBitsAreToldByTheFunctionIfThereIsOne)
     EXPECT_EQ("IsWow64Process", asked);
     answer = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&FailingIsWow64Process));
     EXPECT_FALSE(TARVO_Is64BitPlatform());
-}
-
-TEST_F(PlatformExports, MemoryIsWhatTheSystemSays)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    kit::ImportHook status("GlobalMemoryStatus", &GlobalMemoryStatus);
-    status.Answer([](MEMORYSTATUS* memory) { memory->dwTotalPhys = 123456789; });
-    EXPECT_EQ(123456789U, TARVO_GetAmountOfRAM());
-    EXPECT_EQ((std::vector<std::string>{"{ TARVO_GetAmountOfRAM", "Returning [123456789]", "} TARVO_GetAmountOfRAM"}),
-              log.Messages());
 }
 
 } // namespace

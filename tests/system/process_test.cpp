@@ -100,24 +100,6 @@ TEST_F(ShellExecution, SuccessIsAbove32)
     }
 }
 
-TEST_F(ShellExecution, TextOfAFailureIsCut)
-{
-    answer_ = 5;
-    EXPECT_EQ(5U, TARVO_ShellExecute(std::string(3000, 'p').c_str()));
-    EXPECT_EQ("ShellExecute [" + std::string(1023 - 14, 'p'), kit::LastMessage());
-}
-
-TEST_F(ShellExecution, TraceShowsTheParts)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    TARVO_ShellExecute("\"a b\" c");
-    EXPECT_EQ((Texts{"{ TARVO_ShellExecute", "   Path = [\"a b\" c]", "   Program executable: [a b], arguments: [ c].",
-                     "   Function TARVO_ShellExecute OK.", "} TARVO_ShellExecute"}),
-              log.Indented());
-    TARVO_ShellExecute(nullptr);
-    EXPECT_TRUE(log.Contains("Path = [null]"));
-}
-
 const kit::ChildRole signaller("sign", [](const std::string& argument) { kit::WriteFile(argument, "here"); });
 
 TEST_F(ShellExecution, ReallyStartsTheProgram)
@@ -184,23 +166,6 @@ TEST_F(DllFunctions, AnswersAndUnloads)
         EXPECT_EQ(before, GetModuleHandleA(row.library));
     }
     EXPECT_EQ(nullptr, GetModuleHandleA(kUnusual)); // or the rows about loading show nothing
-}
-
-TEST_F(DllFunctions, LoadedLibraryStays)
-{
-    const HMODULE library = LoadLibraryA(kUnusual);
-    EXPECT_TRUE(TARVO_DllFunctionExist(kUnusual, "LZCopy"));
-    EXPECT_FALSE(TARVO_DllFunctionExist(kUnusual, "NoSuch"));
-    EXPECT_EQ(library, GetModuleHandleA(kUnusual));
-    FreeLibrary(library); // ours was the only hold
-    EXPECT_EQ(nullptr, GetModuleHandleA(kUnusual));
-}
-
-TEST_F(DllFunctions, MissingArguments)
-{
-    EXPECT_FALSE(TARVO_DllFunctionExist(nullptr, "LZCopy"));
-    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
-    EXPECT_FALSE(TARVO_DllFunctionExist("kernel32.dll", nullptr));
 }
 
 } // namespace

@@ -80,30 +80,6 @@ TEST_F(Converters, EachCharacterOfTheCodePageComesBack)
     EXPECT_EQ(all, back);
 }
 
-TEST_F(Converters, MissingArguments)
-{
-    char buffer[10] = "untouched";
-    int size = sizeof buffer;
-    EXPECT_EQ(87U, TARVO_MultiByteToUtf8(nullptr, kWestern, buffer, &size));
-    EXPECT_EQ(87U, TARVO_MultiByteToUtf8("a", kWestern, buffer, nullptr));
-    EXPECT_EQ(87U, TARVO_MultiByteToUtf8("a", kWestern, nullptr, nullptr));
-    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte(nullptr, buffer, kWestern, &size));
-    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte("a", buffer, kWestern, nullptr));
-    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
-    EXPECT_STREQ("untouched", buffer);
-}
-
-TEST_F(Converters, UnknownCodePage)
-{
-    char buffer[10] = "untouched";
-    int size = sizeof buffer;
-    EXPECT_EQ(87U, TARVO_MultiByteToUtf8("a", 12345, buffer, &size));
-    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte("a", buffer, 12345, &size));
-    EXPECT_EQ(87U, TARVO_Utf8ToMultiByte("a", nullptr, 12345, &size));
-    EXPECT_EQ(int{sizeof buffer}, size);
-    EXPECT_STREQ("untouched", buffer);
-}
-
 TEST_F(Converters, EachFailingConversionGivesItsCode)
 {
     for (const int failing : {1, 2}) {
@@ -134,21 +110,6 @@ TEST_F(Converters, MemoryRunsOut)
     });
     EXPECT_EQ(1, failures);
     EXPECT_EQ(kit::SystemText(ERROR_NOT_ENOUGH_MEMORY), kit::LastMessage());
-}
-
-TEST_F(Converters, TraceShowsCodePageAndLengths)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    char buffer[10];
-    int size = sizeof buffer;
-    EXPECT_EQ(0U, TARVO_Utf8ToMultiByte("\xC3\xA4z", buffer, kWestern, &size));
-    char line[100];
-    snprintf(line, sizeof line, "   Code page=[1252], length=[0x%X]->[10]", reinterpret_cast<unsigned>(&size));
-    EXPECT_EQ((std::vector<std::string>{"{ TARVO_Utf8ToMultiByte", line, "   Required UNICODE length=[3]",
-                                        "   Function TARVO_Utf8ToMultiByte OK.", "} TARVO_Utf8ToMultiByte"}),
-              log.Indented());
-    TARVO_MultiByteToUtf8("a", kWestern, buffer, nullptr);
-    EXPECT_TRUE(log.Contains("Code page=[1252], length=[0x0]->[-1]"));
 }
 
 } // namespace

@@ -90,29 +90,6 @@ TEST_F(UninstallExecution, NoOpenLog)
     EXPECT_STREQ("abc", buffer);
 }
 
-TEST_F(UninstallExecution, OpeningNeedsAFile)
-{
-    const kit::TraceLog trace(Scratch().Path("trace.log"));
-    EXPECT_EQ(87U, TARVO_OpenRollBackLog(nullptr));
-    EXPECT_EQ(2U, TARVO_OpenRollBackLog(Scratch().Path("missing").c_str()));
-    EXPECT_EQ(kit::SystemText(2), kit::LastMessage());
-    EXPECT_TRUE(trace.Contains("File name=[" + Scratch().Path("missing") + "]"));
-    EXPECT_EQ(0U, TARVO_CloseRollBackLog()) << "the earlier one stayed open";
-}
-
-TEST_F(UninstallExecution, RecordingAndReplayingAreApart)
-{
-    const std::string other = Scratch().Path("other.log");
-    EXPECT_EQ(0U, TARVO_StartUninstallLogging(other.c_str(), nullptr));
-    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("name", "value"));
-    char buffer[10] = "abc";
-    EXPECT_EQ(0U, TARVO_GetCustomUnInstallString("name", buffer, sizeof buffer));
-    EXPECT_STREQ("", buffer);
-    EXPECT_EQ(0U, TARVO_OpenRollBackLog(other.c_str())) << "replaces the earlier one";
-    EXPECT_EQ(0U, TARVO_GetCustomUnInstallString("name", buffer, sizeof buffer));
-    EXPECT_STREQ("value", buffer);
-}
-
 TEST_F(UninstallExecution, ContentsGoBeforeTheirFolders)
 {
     const std::string folder = MakeFolder("d");
@@ -174,46 +151,6 @@ TEST_F(UninstallExecution, FolderWithOtherFilesIsLeftToTheRestart)
     EXPECT_TRUE(kit::FileExists(folder + "\\theirs"));
 }
 
-TEST_F(UninstallExecution, TraceOfAStep)
-{
-    MakeFolder("d");
-    const std::string file = Scratch().Make("d\\ours");
-    Scratch().Make("d\\theirs");
-    kit::WriteFile(log_, "[Files]\r\n" + file + "=1\r\n");
-    const kit::TraceLog trace(Scratch().Path("trace.log"));
-    EXPECT_EQ(0U, TARVO_PerformUnInstall(TARVO_UNINSTALL_FILES));
-    Texts lines; // without what the file operations and the section reader say
-    for (const std::string& line : trace.Indented()) {
-        if (line.find_first_not_of(' ') <= 9)
-            lines.push_back(line);
-    }
-    const Texts expected = {"{ TARVO_PerformUnInstall",
-                            "   Operation=[201]",
-                            "   { PerformUninstallFile",
-                            "      { UninstallFilesFromSection",
-                            "         Section=[Files]",
-                            "         { GetRollbackSection",
-                            "         } GetRollbackSection",
-                            "         { GetSortedListOfEntries",
-                            "         } GetSortedListOfEntries",
-                            "         { IsPathExist(" + file + ",1)",
-                            "         } IsPathExist(" + file + ",1)",
-                            "         { IsPathDirectory(" + file + ")",
-                            "         } IsPathDirectory(" + file + ")",
-                            "         Deleting file [" + file + "]...",
-                            "         { TARVO_DeleteFileEx",
-                            "         } TARVO_DeleteFileEx",
-                            "         " + kTrying,
-                            "         Deleting failed.",
-                            "         Function UninstallFilesFromSection OK.",
-                            "      } UninstallFilesFromSection",
-                            "      Function PerformUninstallFile OK.",
-                            "   } PerformUninstallFile",
-                            "   Function TARVO_PerformUnInstall OK.",
-                            "} TARVO_PerformUnInstall"};
-    EXPECT_EQ(expected, lines);
-}
-
 TEST_F(UninstallExecution, PathsWithAnEqualsSign)
 {
     const std::string folder = MakeFolder("a=1");
@@ -231,15 +168,6 @@ TEST_F(UninstallExecution, LinesThatAreNotMarkedArePassedOver)
     }
     RunFiles({"  " + file + "=1x"}); // leading blanks are no part of the line
     EXPECT_FALSE(kit::FileExists(file));
-}
-
-TEST_F(UninstallExecution, ReadOnlyFilesGoToo)
-{
-    MakeFolder("d");
-    const std::string file = Scratch().Make("d\\file");
-    SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_READONLY);
-    RunFiles({file + "=1"});
-    EXPECT_FALSE(kit::FileExists(Scratch().Path("d")));
 }
 
 TEST_F(UninstallExecution, FileThatCannotBeDeferredIsTraced)

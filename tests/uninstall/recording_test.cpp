@@ -81,17 +81,6 @@ TEST_F(UninstallRecording, StoppingWhenOff)
     EXPECT_EQ(kOff, TARVO_StopUninstallLogging()) << "a fresh library does not record";
 }
 
-TEST_F(UninstallRecording, SecondStartSwitches)
-{
-    const std::string second = Scratch().Path("second.log");
-    Start();
-    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("one"));
-    Start(second);
-    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("two"));
-    EXPECT_EQ(Texts{"one=1"}, SectionLines(log_, "Files"));
-    EXPECT_EQ(Texts{"two=1"}, SectionLines(second, "Files"));
-}
-
 TEST_F(UninstallRecording, ReadOnlyLogIsMadeWritableAndKept)
 {
     kit::WriteFile(log_, "[Files]\r\nold=1\r\n");
@@ -134,19 +123,6 @@ TEST_F(UninstallRecording, MissingTextsLeaveTheLogAsItIs)
     EXPECT_EQ(before, LogLines(log_));
 }
 
-TEST_F(UninstallRecording, NameIsCutTo259Characters)
-{
-    std::string file;
-    kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA);
-    write.Answer([&](const char*, const char*, const char*, const char* name) { return file = name, TRUE; });
-    const std::string name = Scratch().Path(std::string(300, 'n'));
-    for (const size_t length : {258, 259, 260, 300}) {
-        EXPECT_EQ(0U, TARVO_StartUninstallLogging(name.substr(0, length).c_str(), nullptr));
-        EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
-        EXPECT_EQ(name.substr(0, std::min<size_t>(length, 259)), file);
-    }
-}
-
 TEST_F(UninstallRecording, FailureToWriteIsOnlyTraced)
 {
     Start();
@@ -158,24 +134,6 @@ TEST_F(UninstallRecording, FailureToWriteIsOnlyTraced)
     EXPECT_TRUE(kit::ReadValue(Key().Path("k"), "name"));
     EXPECT_EQ(3U, trace.Count("TARVO_AddRollbackEntry: WritePrivateProfileString() failed with error code [112]"));
     EXPECT_EQ("", kit::LastMessage());
-}
-
-TEST_F(UninstallRecording, TraceOfStartAndItem)
-{
-    const kit::TraceLog trace(Scratch().Path("trace.log"));
-    Start();
-    TARVO_StartUninstallLogging(nullptr, nullptr);
-    EXPECT_TRUE(trace.Contains("Uninstall file=[" + log_ + "] started by plugin=[plug-in]"));
-    EXPECT_TRUE(trace.Contains("Uninstall file=[null] started by plugin=[null]"));
-    TARVO_StopUninstallLogging();
-    Start();
-    const kit::TraceLog item(Scratch().Path("item.log"));
-    EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
-    EXPECT_EQ((Texts{"{ TARVO_AddFileToUninstallLog", "   { TARVO_AddRollbackEntry",
-                     "      Not single entry: file=[" + log_ + "] section=[Files] entry=[item] value=[1]",
-                     "      Function TARVO_AddRollbackEntry OK.", "   } TARVO_AddRollbackEntry",
-                     "   Function TARVO_AddFileToUninstallLog OK.", "} TARVO_AddFileToUninstallLog"}),
-              item.Indented());
 }
 
 } // namespace

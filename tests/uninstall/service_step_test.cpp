@@ -109,17 +109,4 @@ TEST_F(ServiceStep, ServiceWithoutAStatusStaysAndTheOthersGo)
     EXPECT_FALSE(log.Contains("Deleting service [TarvoStep1] results"));
 }
 
-TEST_F(ServiceStep, WaitThatFailsIsTracedAndTheServiceGoes)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    TestService service("TarvoStep");
-    service.Install("plain");
-    service.Start();
-    kit::ImportHook query("QueryServiceStatus", &QueryServiceStatus);
-    query.FailNth(3, ERROR_GEN_FAILURE, FALSE); // the status, the stop's question, the wait
-    EXPECT_EQ(0U, Perform("TarvoStep=1"));
-    EXPECT_TRUE(log.Contains("Stopping failed."));
-    EXPECT_TRUE(service.IsGone());
-}
-
 } // namespace

@@ -17,6 +17,8 @@ readonly restart_needed=$((3010 % 256)) # a Unix exit status has 8 bits
 readonly product_key='HKLM\Software\Harbour\Lantern'
 readonly programs_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall'
 readonly services_key='HKLM\System\CurrentControlSet\Services'
+readonly event_log_key='HKLM\System\CurrentControlSet\Services\EventLog\Application'
+readonly family_key='HKLM\Software\Norrin Vale\Velmora'
 readonly session_manager='HKLM\System\CurrentControlSet\Control\Session Manager'
 
 main() {
@@ -58,7 +60,12 @@ install_version_1() {
     check "a list of two texts among them" is 'red\0green' "$(registry 32 "$product_key\\Wicks" Colours)"
     check "the list of installed programs names it" \
         is 'Lantern 1' "$(registry 32 "$programs_key\\Lantern" DisplayName)"
-    check "a shortcut in the start menu" test -f "$shortcut"
+    check "a shortcut in the start menu: the program, with an argument" \
+        is "$folder_in_windows\\lantern.exe stay" "$(link_target)"
+    check "a source of the event log" \
+        is "$folder_in_windows\\lantern.exe" "$(registry 32 "$event_log_key\\Lantern" EventMessageFile)"
+    check "a plug-in of the management console" \
+        is "$folder_in_windows\\wick.dll" "$(registry 32 "$family_key\\Manager\\Plug-Ins\\Lantern" ImagePath)"
     check "its service runs" is "Lantern Keeper 1" "$(running_keeper)"
     check "the uninstall log has the program" is_recorded Files "$folder_in_windows\\lantern.exe=1"
     check "the uninstall log has the 64-bit setting" is_recorded 'Registry entries unvirtualized' \
@@ -115,7 +122,9 @@ uninstall() {
     check "TARVO_GetCustomUnInstallString gave back what setup 2 had set" reported "the log says: version 2"
     check "files that were not in use are gone" is "lantern.exe uninstall.exe" "$(names_below "$folder")"
     check "the service is gone" is "" "$(running_keeper)$(registry 32 "$services_key\\LanternKeeper" ImagePath)"
-    check "the shortcut is gone" not test -e "$shortcut"
+    check "the shortcut and its group are gone" not test -e "$(dirname "$shortcut")"
+    check "the event source is gone" not has_key 32 "$event_log_key\\Lantern"
+    check "the plug-in is gone, and the keys made for it" not has_key 32 "${family_key%\\*}"
     check "the keys are gone in the 32-bit view" not has_key 32 'HKLM\Software\Harbour'
     check "the keys are gone in the 64-bit view" not has_key 64 'HKLM\Software\Harbour'
     check "the list of installed programs is as before" not has_key 32 "$programs_key\\Lantern"
@@ -207,6 +216,11 @@ registry() {
     windows reg query "$2" /v "$3" "/reg:$1" | tr -d '\r' | sed -n 's/^ .*    REG_[A-Z_]*    //p' || true
 }
 
+# What the shortcut starts, by a reader that knows nothing of Windows' own.
+link_target() {
+    lnkinfo "$shortcut" | sed -nE 's/^\t(Local path|Command line arguments)\s*: //p' | paste -sd ' '
+}
+
 # The display name of the product's service while it runs.
 running_keeper() {
     windows net start | tr -d '\r' | sed -n 's/^ *\(Lantern Keeper.*\)/\1/p'
@@ -227,6 +241,7 @@ snapshot() {
             windows reg query "$programs_key" /s "/reg:$view" || true
             windows reg query "$product_key" /s "/reg:$view" || true
             windows reg query "$services_key" "/reg:$view" || true
+            windows reg query "$event_log_key" "/reg:$view" || true
         done
         windows reg query 'HKCU\Software' || true
         echo "pending operations"

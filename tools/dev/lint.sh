@@ -27,13 +27,15 @@ check_shell() {
 
 # run_clang_tidy [FILE-PATTERN...]
 # The compile commands are GCC's; clang needs the target named, and GCC's own
-# C++ headers.
+# C++ headers. GCC's precompiled header means nothing to it.
 run_clang_tidy() {
-    local gcc headers
+    local gcc headers database=$state/lint
     gcc=$(dirname "$(i686-w64-mingw32-g++-posix -print-libgcc-file-name)")
     headers=$gcc/include/c++
     (($#)) || set -- "^$root/(src|tests|bench|examples)/.*\.(c|cpp)\$"
-    run-clang-tidy -quiet -p "$build" -j "$(nproc)" \
+    mkdir -p "$database"
+    sed 's/ -Winvalid-pch -include [^ ]*//' "$build/compile_commands.json" >"$database/compile_commands.json"
+    run-clang-tidy -quiet -p "$database" -j "$(nproc)" \
         -extra-arg-before=--target=i686-w64-mingw32 \
         -extra-arg=-isystem"$headers" \
         -extra-arg=-isystem"$headers/i686-w64-mingw32" \

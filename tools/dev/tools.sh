@@ -10,7 +10,9 @@ readonly build_tools=(
     /usr/src/googletest/CMakeLists.txt:googletest
     makensis:nsis
     Xvfb:xvfb
-    import:imagemagick
+)
+readonly demo_tools=(
+    lnkinfo:liblnk-utils
 )
 readonly lint_tools=(
     clang-format:clang-format
