@@ -25,8 +25,8 @@ public:
 private:
     void OnTestStart(const testing::TestInfo& test) override
     {
+        started_ = GetTickCount(); // first: the thread may look in between
         present_ = &test;
-        started_ = GetTickCount();
     }
 
     void OnTestEnd(const testing::TestInfo&) override { present_ = nullptr; }

@@ -15,6 +15,8 @@ make_template() (
     trap 'in_wine wineserver -k 2>/dev/null || true; rm -rf "$WINEPREFIX"' EXIT
     in_wine wine wineboot --init >"$state/wine.log" 2>&1 || return 1
     runs_32_bit >>"$state/wine.log" 2>&1 || return 1
+    # Nothing manages windows on these displays: each one that goes would be waited for.
+    in_wine wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N >>"$state/wine.log" 2>&1 || return 1
     in_wine wineserver -k || true
     in_wine wineserver -w || true
     keep_user_folders_inside "$WINEPREFIX"

@@ -14,6 +14,9 @@ readonly build_tools=(
 readonly demo_tools=(
     lnkinfo:liblnk-utils
 )
+readonly picture_tools=(
+    import:imagemagick
+)
 readonly lint_tools=(
     clang-format:clang-format
     run-clang-tidy:clang-tidy

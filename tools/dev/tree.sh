@@ -14,6 +14,7 @@ readonly full_packages=(findutils mawk tar gzip util-linux hostname procps diffu
 readonly tree_links=(
     sh:dash awk:mawk
     wine:wine-stable wineserver:../lib/wine/wineserver
+    import:import-im6.q16 convert:convert-im6.q16 identify:identify-im6.q16
 )
 
 # Where the kernel refuses 32-bit programs, the tree brings an emulator for them.
@@ -61,7 +62,7 @@ tree_packages_wine() {
 
 tree_packages_full() {
     tree_packages_wine
-    printf '%s\n' "${full_packages[@]}" "${build_tools[@]##*:}" "${demo_tools[@]##*:}" "${lint_tools[@]##*:}"
+    printf '%s\n' "${full_packages[@]}" "${build_tools[@]##*:}" "${demo_tools[@]##*:}" "${picture_tools[@]##*:}" "${lint_tools[@]##*:}"
 }
 
 # build_tree TREE PACKAGE...
