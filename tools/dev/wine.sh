@@ -29,6 +29,7 @@ chosen_wine_holds() {
     # shellcheck source=/dev/null
     source "$wine_conf"
     [[ $wine_on_path == "$(command -v wine)" && -f $wine_template/system.reg ]] || return 1
+    [[ $wine_template == "$(template_of "$wine_name")" ]] || return 1
     [[ -z $wine_tree || -e $wine_tree$tree_marker ]] || return 1
     # An emulator that was registered by hand is gone after a restart.
     [[ -e $tree_marker || -x $wine_tree/usr/bin/qemu-i386 ]] || kernel_runs_32_bit
@@ -103,11 +104,16 @@ tree_stays_private() {
     return 1
 }
 
+# Changes with how templates are made, so that an old one is left alone.
+template_of() {
+    echo "$cache/prefix-$(digest "$1" "$(declare -f make_template)")"
+}
+
 # take_wine NAME TREE
 # Proves a Wine by making its template prefix, and writes it down.
 take_wine() {
     local name=$1 tree=$2 template
-    template=$cache/prefix-$(digest "$name" "$(declare -f make_template)")
+    template=$(template_of "$name")
     cat >"$wine_conf" <<END
 wine_name='$name'
 wine_tree='$tree'
