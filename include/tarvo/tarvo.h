@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * TARVO.DLL 10.0.176: the dangerous part of a setup's work, as flat calls.
  *
  * Conventions
@@ -22,7 +23,16 @@
 extern "C" {
 #endif
 
-/* ---- Frame: trace log, result texts, the library itself ------------------------------------------------------- */
+/** The shell, an outside program or a dialog failed, or there was no memory for an account function. */
+#define TARVO_ERROR_FAILED 0xFFFFFFFFUL
+
+/** The uninstall log is not open, or recording is off. */
+#define TARVO_ERROR_NO_LOG 0xFFFFFFFEUL
+
+/**
+ * @defgroup frame Frame: trace log, result texts, the library itself
+ * @{
+ */
 
 /**
  * Starts the trace log TARVO.log in the Windows directory, once per load, unless TARVO_LoadedInSetup was called.
@@ -67,7 +77,12 @@ void __cdecl TARVO_LoadedInSetup(void);
 /** Does nothing; a fixed point for delay-loading clients. Exported as _TARVO_DelayLoadInitialize@0. */
 void __stdcall TARVO_DelayLoadInitialize(void);
 
-/* ---- Files ---------------------------------------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup files Files
+ * @{
+ */
 
 /**
  * Creates a directory and every missing one above it (CreateDirectory); each created level is recorded and freed of
@@ -123,7 +138,12 @@ DWORD __cdecl TARVO_DeleteFileEx(_In_z_ const char* path, _Out_opt_ DWORD* needR
 /** Defers the deletion of a file or empty directory. @return as TARVO_RenameAfterReboot without a target. */
 DWORD __cdecl TARVO_DeleteAfterReboot(_In_z_ const char* path);
 
-/* ---- Pending operations: the Session Manager's list ----------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup pending Pending operations: the Session Manager's list
+ * @{
+ */
 
 /**
  * Reads the list into memory; changes not yet written are written first.
@@ -164,7 +184,12 @@ DWORD __cdecl TARVO_FindSourceInPFOs(_In_z_ const char* destination, _Out_writes
  * library. */
 void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
 
-/* ---- Registry ------------------------------------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup registry Registry
+ * @{
+ */
 
 /**
  * Sets a value named by a locator, creating the key level by level. Created levels and the value are recorded.
@@ -224,7 +249,12 @@ DWORD __cdecl TARVO_AddEventSource(_In_z_ const char* source, _In_z_ const char*
 /** @return 0; ERROR_INVALID_PARAMETER, NULL or an empty source; ERROR_FILE_NOT_FOUND; or the registry's code */
 DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
 
-/* ---- Uninstall log: recording --------------------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup recording Uninstall log: recording
+ * @{
+ */
 
 /**
  * Begins recording into an INI file, which need not exist; a read-only one is made writable.
@@ -234,7 +264,7 @@ DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
  */
 DWORD __cdecl TARVO_StartUninstallLogging(_In_z_ const char* file, _In_opt_z_ const char* plugIn);
 
-/** Ends recording. @return 0; (DWORD)-2, recording is off */
+/** Ends recording. @return 0; TARVO_ERROR_NO_LOG, recording is off */
 DWORD __cdecl TARVO_StopUninstallLogging(void);
 
 /**
@@ -251,7 +281,12 @@ DWORD __cdecl TARVO_AddFileToUninstallLog(_In_z_ const char* path);
 /** Records a name and value for TARVO_GetCustomUnInstallString. @return 0; ERROR_INVALID_PARAMETER */
 DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char* name, _In_z_ const char* value);
 
-/* ---- Uninstall log: replaying --------------------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup replaying Uninstall log: replaying
+ * @{
+ */
 
 /** What TARVO_PerformUnInstall removes. */
 #define TARVO_UNINSTALL_REGISTRY 200        /* values, and keys that have become empty */
@@ -264,29 +299,33 @@ DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char* name, _In_z_ con
 /** Names the log to replay. @return 0; ERROR_FILE_NOT_FOUND */
 DWORD __cdecl TARVO_OpenRollBackLog(_In_z_ const char* file);
 
-/** @return 0; (DWORD)-2, no log is open */
+/** @return 0; TARVO_ERROR_NO_LOG, no log is open */
 DWORD __cdecl TARVO_CloseRollBackLog(void);
 
 /**
  * Removes what the open log lists of one kind, contents before containers. Single failures are traced only.
  * @param operation  TARVO_UNINSTALL_...
- * @return 0; (DWORD)-2, no log is open; ERROR_INVALID_PARAMETER, no such operation; or the code of reading the log.
+ * @return 0; TARVO_ERROR_NO_LOG, no log is open; ERROR_INVALID_PARAMETER, no such operation; or the code of reading the
+ * log.
  */
 DWORD __cdecl TARVO_PerformUnInstall(DWORD operation);
 
 /**
  * Reads back a recorded name (GetPrivateProfileString).
  * @param buffer  Receives the value, cut to size - 1 characters; "" if the name was never recorded.
- * @return 0; ERROR_INVALID_PARAMETER, a pointer is NULL or there is no room; (DWORD)-2, no log is open
+ * @return 0; ERROR_INVALID_PARAMETER, a pointer is NULL or there is no room; TARVO_ERROR_NO_LOG, no log is open
  */
 DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char* name, _Out_writes_z_(size) char* buffer, DWORD size);
 
-/* ---- Services ------------------------------------------------------------------------------------------------- */
+/** @} */
 
-/*
+/**
+ * @defgroup services Services
+ *
  * machine is NULL for the local machine. All but TARVO_HaveInstallServiceRights connect with SC_MANAGER_ALL_ACCESS and
  * need an administrator: each returns the code of connecting, and one that opens a service that of opening it, such
  * as ERROR_SERVICE_DOES_NOT_EXIST (1060). No handle is kept beyond a call.
+ * @{
  */
 
 /**
@@ -419,7 +458,159 @@ DWORD __cdecl TARVO_HaveInstallServiceRights(_In_opt_z_ const char* machine, _Ou
 DWORD __cdecl TARVO_EnableServiceInHWProfile(_In_opt_z_ const char* machine, _In_z_ const char* service,
                                              _In_opt_z_ const char* hardwareProfile, _In_opt_z_ const char* controlSet);
 
-/* ---- Platform ------------------------------------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup security Security: grants on files and registry keys
+ * @{
+ */
+
+/**
+ * Grants an account access to an object, and its children to come (GetNamedSecurityInfo, SetNamedSecurityInfo). Two
+ * entries replace what the list allowed or denied the account itself: one for the object, one that children inherit.
+ * They stand behind explicit denials and in front of what allows or is inherited. The list is written protected: the
+ * object no longer inherits from its parent and keeps what it had inherited.
+ * @param type       SE_FILE_OBJECT (1) or SE_REGISTRY_KEY (4).
+ * @param name       A file or directory; or a key, as main key name \ subkey, in the process's own view.
+ * @param account    In any form that LookupAccountName takes; NULL is the account that runs the setup.
+ * @param mask       Access rights, generic ones as well.
+ * @param replace    Non-zero leaves nothing in the list but the new entries.
+ * @param recursive  Non-zero does the same to all that lies below, each object before its contents; failures there
+ *                   are only traced and keep the walk out of what lies below them. Links to directories are followed,
+ *                   but none that leads back into a directory that the walk is in.
+ * @return 0; ERROR_INVALID_PARAMETER, also for another type or a malformed key path; ERROR_NONE_MAPPED, no such
+ *         account; ERROR_FILENAME_EXCED_RANGE, a key of more than 2047 bytes; ERROR_ALLOTTED_SPACE_EXCEEDED, a list
+ *         that would exceed 64 KB; ERROR_INVALID_ACL, a damaged list; or the code of reading or writing the list.
+ *         An object that fails keeps its list.
+ */
+DWORD __cdecl TARVO_SetObjectSecurity(DWORD type, _In_z_ const char* name, _In_opt_z_ const char* account, DWORD mask,
+                                      BOOL replace, BOOL recursive);
+
+/**
+ * As TARVO_SetObjectSecurity, for a principal named by its relative identifier.
+ * @param rid     Without a domain: 0 everyone, 1 to 32 below NT AUTHORITY, 500 to 543 of this machine's accounts, 544
+ *                to 999 built-in. With one: 500 to 543.
+ * @param domain  NULL for this machine.
+ * @return as TARVO_SetObjectSecurity; ERROR_NOT_SUPPORTED, another rid; ERROR_ACCESS_DENIED, also if the SID of the
+ *         domain cannot be had (NetGetDCName, NetUserModalsGet).
+ */
+DWORD __cdecl TARVO_SetObjectSecurityRid(DWORD type, _In_z_ const char* name, DWORD rid, _In_opt_z_ const char* domain,
+                                         DWORD mask, BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurity for files and directories. */
+DWORD __cdecl TARVO_SetFileSecurity(_In_z_ const char* path, _In_opt_z_ const char* account, DWORD mask, BOOL replace,
+                                    BOOL recursive);
+
+/** TARVO_SetObjectSecurityRid for files and directories. */
+DWORD __cdecl TARVO_SetFileSecurityRid(_In_z_ const char* path, DWORD rid, _In_opt_z_ const char* domain, DWORD mask,
+                                       BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurity for registry keys. */
+DWORD __cdecl TARVO_SetRegistrySecurity(_In_z_ const char* keyPath, _In_opt_z_ const char* account, DWORD mask,
+                                        BOOL replace, BOOL recursive);
+
+/** TARVO_SetObjectSecurityRid for registry keys. */
+DWORD __cdecl TARVO_SetRegistrySecurityRid(_In_z_ const char* keyPath, DWORD rid, _In_opt_z_ const char* domain,
+                                           DWORD mask, BOOL replace, BOOL recursive);
+
+/** @} */
+
+/**
+ * @defgroup policies Security: policies
+ * @{
+ */
+
+/** Applying it changes nothing. */
+#define TARVO_POLICY_NONE 0
+/** Full control: setup account, local system, Administrators, Power Users, Users, owners of what is created;
+ * everyone reads. */
+#define TARVO_POLICY_OPEN 1
+/** Full control: setup account, local system, Administrators, owners of what is created; Power Users change, Users
+ * read. */
+#define TARVO_POLICY_USERS 2
+/** Full control: setup account, local system, Administrators; no one else. */
+#define TARVO_POLICY_LOCKED 16
+
+/**
+ * Selects the policy that the two calls below apply. A principal whose SID cannot be had is left out, which the trace
+ * shows by its count. Selecting the current policy again keeps what was resolved for it.
+ * @param policy  TARVO_POLICY_...
+ * @return 0; ERROR_INVALID_PARAMETER, no such policy; the current one stays.
+ */
+DWORD __cdecl TARVO_DefineSecurityPolicy(DWORD policy);
+
+/** @return the selected policy, TARVO_POLICY_NONE at load. */
+DWORD __cdecl TARVO_GetSecurityPolicy(void);
+
+/**
+ * Gives a file or directory the access list of the selected policy, by one grant after the other as
+ * TARVO_SetObjectSecurity makes them, the first of which replaces the list.
+ * @param recursive  As for TARVO_SetObjectSecurity; the tree is walked once for each grant.
+ * @return 0, also without a policy; ERROR_INVALID_PARAMETER, NULL or ""; or the code of the first grant that failed,
+ *         those before it stay.
+ */
+DWORD __cdecl TARVO_ApplyFileSecurityPolicy(_In_z_ const char* path, BOOL recursive);
+
+/** The same for a registry key, named as for TARVO_SetObjectSecurity. @return also that one's codes for a key path */
+DWORD __cdecl TARVO_ApplyRegistrySecurityPolicy(_In_z_ const char* keyPath, BOOL recursive);
+
+/** @} */
+
+/**
+ * @defgroup accounts Accounts, groups and shares
+ *
+ * Texts that are NULL are handed on as NULL. Each call returns 0 or the code of the network function behind it; the
+ * codes of 2100 and above have texts of this library. Without memory all but TARVO_CreateSharedFolder return
+ * TARVO_ERROR_FAILED.
+ * @{
+ */
+
+/**
+ * Creates a user account (NetUserAdd, level 1).
+ * @param domain       Its primary domain controller (NetGetDCName) creates the account; NULL is this machine.
+ * @param password     Never traced.
+ * @param privilege    USER_PRIV_...
+ * @param accountType  UF_... flags; UF_SCRIPT is added.
+ * @return as above; NERR_DCNotFound or another code of NetGetDCName, nothing was created
+ */
+DWORD __cdecl TARVO_CreateAccount(_In_opt_z_ const char* domain, _In_opt_z_ const char* user,
+                                  _In_opt_z_ const char* password, DWORD privilege, DWORD accountType);
+
+/** Deletes a user account (NetUserDel); the domain as for TARVO_CreateAccount. */
+DWORD __cdecl TARVO_DeleteAccount(_In_opt_z_ const char* domain, _In_opt_z_ const char* user);
+
+/** Creates a local group (NetLocalGroupAdd, level 1). @param machine  NULL is this machine, here and below. */
+DWORD __cdecl TARVO_CreateLocalGroup(_In_opt_z_ const char* machine, _In_opt_z_ const char* group,
+                                     _In_opt_z_ const char* comment);
+
+/** Deletes a local group (NetLocalGroupDel). */
+DWORD __cdecl TARVO_DeleteLocalGroup(_In_opt_z_ const char* machine, _In_opt_z_ const char* group);
+
+/** Puts an account, given as domain \ name, into a local group (NetLocalGroupAddMembers, level 3); mind the order. */
+DWORD __cdecl TARVO_AddUserToLocalGroup(_In_opt_z_ const char* account, _In_opt_z_ const char* machine,
+                                        _In_opt_z_ const char* group);
+
+/**
+ * Shares a folder (NetShareAdd, level 2) for any number of users.
+ * @param path  A folder of that machine.
+ * @return as above; ERROR_NOT_ENOUGH_MEMORY (8) without memory
+ */
+DWORD __cdecl TARVO_CreateSharedFolder(_In_opt_z_ const char* machine, _In_opt_z_ const char* path,
+                                       _In_opt_z_ const char* share, _In_opt_z_ const char* comment);
+
+/** Not implemented, like the four below. @return ERROR_INVALID_FUNCTION (1), text "Function unimplemented" */
+DWORD __cdecl TARVO_DlgCreateAccount(void);
+DWORD __cdecl TARVO_DeleteShare(void);
+DWORD __cdecl TARVO_DlgCreateSharedFolder(void);
+DWORD __cdecl TARVO_SetPermissions(void);
+DWORD __cdecl TARVO_DlgSetPermissions(void);
+
+/** @} */
+
+/**
+ * @defgroup platform Platform
+ * @{
+ */
 
 /** Which Windows it is; newer ones are greater, but for Windows ME. */
 #define TARVO_PLATFORM_UNKNOWN 101
@@ -472,139 +663,12 @@ BOOL __cdecl TARVO_Is64BitPlatform(void);
 /** @return the bytes of physical memory as a 32-bit program sees them (GlobalMemoryStatus); no result code. */
 DWORD __cdecl TARVO_GetAmountOfRAM(void);
 
-/* ---- Security: grants on files and registry keys ------------------------------------------------------------- */
+/** @} */
 
 /**
- * Grants an account access to an object, and its children to come (GetNamedSecurityInfo, SetNamedSecurityInfo). Two
- * entries replace what the list allowed or denied the account itself: one for the object, one that children inherit.
- * They stand behind explicit denials and in front of what allows or is inherited. The list is written protected: the
- * object no longer inherits from its parent and keeps what it had inherited.
- * @param type       SE_FILE_OBJECT (1) or SE_REGISTRY_KEY (4).
- * @param name       A file or directory; or a key, as main key name \ subkey, in the process's own view.
- * @param account    In any form that LookupAccountName takes; NULL is the account that runs the setup.
- * @param mask       Access rights, generic ones as well.
- * @param replace    Non-zero leaves nothing in the list but the new entries.
- * @param recursive  Non-zero does the same to all that lies below, each object before its contents; failures there
- *                   are only traced and keep the walk out of what lies below them. Links to directories are followed,
- *                   but none that leads back into a directory that the walk is in.
- * @return 0; ERROR_INVALID_PARAMETER, also for another type or a malformed key path; ERROR_NONE_MAPPED, no such
- *         account; ERROR_FILENAME_EXCED_RANGE, a key of more than 2047 bytes; ERROR_ALLOTTED_SPACE_EXCEEDED, a list
- *         that would exceed 64 KB; ERROR_INVALID_ACL, a damaged list; or the code of reading or writing the list.
- *         An object that fails keeps its list.
+ * @defgroup utilities Process, module and text utilities
+ * @{
  */
-DWORD __cdecl TARVO_SetObjectSecurity(DWORD type, _In_z_ const char* name, _In_opt_z_ const char* account, DWORD mask,
-                                      BOOL replace, BOOL recursive);
-
-/**
- * As TARVO_SetObjectSecurity, for a principal named by its relative identifier.
- * @param rid     Without a domain: 0 everyone, 1 to 32 below NT AUTHORITY, 500 to 543 of this machine's accounts, 544
- *                to 999 built-in. With one: 500 to 543.
- * @param domain  NULL for this machine.
- * @return as TARVO_SetObjectSecurity; ERROR_NOT_SUPPORTED, another rid; ERROR_ACCESS_DENIED, also if the SID of the
- *         domain cannot be had (NetGetDCName, NetUserModalsGet).
- */
-DWORD __cdecl TARVO_SetObjectSecurityRid(DWORD type, _In_z_ const char* name, DWORD rid, _In_opt_z_ const char* domain,
-                                         DWORD mask, BOOL replace, BOOL recursive);
-
-/** TARVO_SetObjectSecurity for files and directories. */
-DWORD __cdecl TARVO_SetFileSecurity(_In_z_ const char* path, _In_opt_z_ const char* account, DWORD mask, BOOL replace,
-                                    BOOL recursive);
-
-/** TARVO_SetObjectSecurityRid for files and directories. */
-DWORD __cdecl TARVO_SetFileSecurityRid(_In_z_ const char* path, DWORD rid, _In_opt_z_ const char* domain, DWORD mask,
-                                       BOOL replace, BOOL recursive);
-
-/** TARVO_SetObjectSecurity for registry keys. */
-DWORD __cdecl TARVO_SetRegistrySecurity(_In_z_ const char* keyPath, _In_opt_z_ const char* account, DWORD mask,
-                                        BOOL replace, BOOL recursive);
-
-/** TARVO_SetObjectSecurityRid for registry keys. */
-DWORD __cdecl TARVO_SetRegistrySecurityRid(_In_z_ const char* keyPath, DWORD rid, _In_opt_z_ const char* domain,
-                                           DWORD mask, BOOL replace, BOOL recursive);
-
-/* ---- Security: policies ---------------------------------------------------------------------------------------- */
-
-#define TARVO_POLICY_NONE 0 /* applying it changes nothing */
-#define TARVO_POLICY_OPEN                                                                                              \
-    1 /* full control: setup account, local system, Administrators, Power Users, Users, and                            \
-         owners of what is created; everyone reads */
-#define TARVO_POLICY_USERS                                                                                             \
-    2                          /* full control: setup account, local system, Administrators, and owners of what is     \
-                                  created; Power Users change, Users read */
-#define TARVO_POLICY_LOCKED 16 /* full control: setup account, local system, Administrators; no one else */
-
-/**
- * Selects the policy that the two calls below apply. A principal whose SID cannot be had is left out, which the trace
- * shows by its count. Selecting the current policy again keeps what was resolved for it.
- * @param policy  TARVO_POLICY_...
- * @return 0; ERROR_INVALID_PARAMETER, no such policy; the current one stays.
- */
-DWORD __cdecl TARVO_DefineSecurityPolicy(DWORD policy);
-
-/** @return the selected policy, TARVO_POLICY_NONE at load. */
-DWORD __cdecl TARVO_GetSecurityPolicy(void);
-
-/**
- * Gives a file or directory the access list of the selected policy, by one grant after the other as
- * TARVO_SetObjectSecurity makes them, the first of which replaces the list.
- * @param recursive  As for TARVO_SetObjectSecurity; the tree is walked once for each grant.
- * @return 0, also without a policy; ERROR_INVALID_PARAMETER, NULL or ""; or the code of the first grant that failed,
- *         those before it stay.
- */
-DWORD __cdecl TARVO_ApplyFileSecurityPolicy(_In_z_ const char* path, BOOL recursive);
-
-/** The same for a registry key, named as for TARVO_SetObjectSecurity. @return also that one's codes for a key path */
-DWORD __cdecl TARVO_ApplyRegistrySecurityPolicy(_In_z_ const char* keyPath, BOOL recursive);
-
-/* ---- Accounts, groups and shares ------------------------------------------------------------------------------- */
-
-/*
- * Texts that are NULL are handed on as NULL. Each call returns 0 or the code of the network function behind it; the
- * codes of 2100 and above have texts of this library. Without memory all but TARVO_CreateSharedFolder return
- * 0xFFFFFFFF.
- */
-
-/**
- * Creates a user account (NetUserAdd, level 1).
- * @param domain       Its primary domain controller (NetGetDCName) creates the account; NULL is this machine.
- * @param password     Never traced.
- * @param privilege    USER_PRIV_...
- * @param accountType  UF_... flags; UF_SCRIPT is added.
- * @return as above; NERR_DCNotFound or another code of NetGetDCName, nothing was created
- */
-DWORD __cdecl TARVO_CreateAccount(_In_opt_z_ const char* domain, _In_opt_z_ const char* user,
-                                  _In_opt_z_ const char* password, DWORD privilege, DWORD accountType);
-
-/** Deletes a user account (NetUserDel); the domain as for TARVO_CreateAccount. */
-DWORD __cdecl TARVO_DeleteAccount(_In_opt_z_ const char* domain, _In_opt_z_ const char* user);
-
-/** Creates a local group (NetLocalGroupAdd, level 1). @param machine  NULL is this machine, here and below. */
-DWORD __cdecl TARVO_CreateLocalGroup(_In_opt_z_ const char* machine, _In_opt_z_ const char* group,
-                                     _In_opt_z_ const char* comment);
-
-/** Deletes a local group (NetLocalGroupDel). */
-DWORD __cdecl TARVO_DeleteLocalGroup(_In_opt_z_ const char* machine, _In_opt_z_ const char* group);
-
-/** Puts an account, given as domain \ name, into a local group (NetLocalGroupAddMembers, level 3); mind the order. */
-DWORD __cdecl TARVO_AddUserToLocalGroup(_In_opt_z_ const char* account, _In_opt_z_ const char* machine,
-                                        _In_opt_z_ const char* group);
-
-/**
- * Shares a folder (NetShareAdd, level 2) for any number of users.
- * @param path  A folder of that machine.
- * @return as above; ERROR_NOT_ENOUGH_MEMORY (8) without memory
- */
-DWORD __cdecl TARVO_CreateSharedFolder(_In_opt_z_ const char* machine, _In_opt_z_ const char* path,
-                                       _In_opt_z_ const char* share, _In_opt_z_ const char* comment);
-
-/** Not implemented, like the four below. @return ERROR_INVALID_FUNCTION (1), text "Function unimplemented" */
-DWORD __cdecl TARVO_DlgCreateAccount(void);
-DWORD __cdecl TARVO_DeleteShare(void);
-DWORD __cdecl TARVO_DlgCreateSharedFolder(void);
-DWORD __cdecl TARVO_SetPermissions(void);
-DWORD __cdecl TARVO_DlgSetPermissions(void);
-
-/* ---- Process, module and text utilities ----------------------------------------------------------------------- */
 
 /**
  * Starts a program or opens a document (ShellExecute), without waiting.
@@ -640,11 +704,112 @@ DWORD __cdecl TARVO_MultiByteToUtf8(_In_z_ const char* source, DWORD codePage,
 DWORD __cdecl TARVO_Utf8ToMultiByte(_In_z_ const char* source, _Out_writes_opt_z_(*size) char* destination,
                                     DWORD codePage, _Inout_ int* size);
 
-/* ---- Product components --------------------------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup shortcuts Shortcuts
+ * @{
+ */
+
+/**
+ * Creates a shortcut in a group of the Start menu's programs, for all users where the system has such a folder
+ * (IShellLink). The group folder is made if need be; both are recorded.
+ * @param file      The target, or the target in double quotes and its arguments; each at most 259 characters.
+ * @param startIn   Working directory; may be NULL.
+ * @param runState  SW_SHOWNORMAL, SW_SHOWMAXIMIZED or SW_SHOWMINNOACTIVE.
+ * @return 0; ERROR_FILENAME_EXCED_RANGE; the code of making the folder; TARVO_ERROR_FAILED, the shell failed.
+ */
+DWORD __cdecl TARVO_AddShortCut(_In_z_ const char* group, _In_z_ const char* description, _In_z_ const char* file,
+                                _In_opt_z_ const char* startIn, DWORD runState);
+
+/**
+ * Deletes a shortcut, and its group folder if that has become empty.
+ * @return 0; ERROR_FILE_NOT_FOUND; ERROR_FILENAME_EXCED_RANGE; another code of deleting the file; TARVO_ERROR_FAILED.
+ */
+DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char* group, _In_z_ const char* description);
+
+/** @} */
+
+/**
+ * @defgroup dialogs Please-wait window and restart
+ * @{
+ */
+
+/**
+ * Shows the please-wait window, centred, with a caption and a line of text; one already shown goes first. It belongs to
+ * the calling thread, which must dispatch messages for it to paint, and goes with TARVO_HideProgressDialog or the
+ * library.
+ * @return 0; TARVO_ERROR_FAILED, nothing is shown
+ */
+DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const char* caption,
+                                       _In_opt_z_ const char* message);
+
+/** Removes the please-wait window. @return 0, also if there is none */
+DWORD __cdecl TARVO_HideProgressDialog(void);
+
+#define TARVO_REBOOT_NORMAL 1 /* applications may refuse */
+#define TARVO_REBOOT_FORCED 2 /* applications are closed, unsaved data is lost */
+
+/**
+ * Restarts the machine at once (InitiateSystemShutdown); returns as soon as that is on its way.
+ * @param mode  TARVO_REBOOT_...
+ * @return 0; ERROR_INVALID_PARAMETER; or the code of the token, the privilege or the shutdown.
+ */
+DWORD __cdecl TARVO_Reboot(int mode);
+
+/** @} */
+
+/**
+ * @defgroup pickers Account and folder pickers
+ * @{
+ */
+
+/** The person chose nothing. */
+#define TARVO_PICKER_CANCELLED 1
+/** The system has no such dialog. */
+#define TARVO_PICKER_UNAVAILABLE 2
+
+/**
+ * Lets the person choose an account in the system's user browser.
+ * @param user, domain  Receive the names, cut and terminated; a size of 0 gets nothing.
+ * @return 0; TARVO_PICKER_CANCELLED; TARVO_PICKER_UNAVAILABLE; ERROR_INVALID_PARAMETER, a buffer is NULL
+ */
+DWORD __cdecl TARVO_DlgSelectUser(_In_opt_ HWND owner, _Out_writes_z_(userSize) char* user, DWORD userSize,
+                                  _Out_writes_z_(domainSize) char* domain, DWORD domainSize);
+
+/**
+ * Lets the person choose a folder of the file system (SHBrowseForFolder). The current directory stays.
+ * @param pchTitle         Caption of the dialog, or NULL.
+ * @param pchInstructions  Text above the tree, or NULL.
+ * @param bMyComputerOnly  Non-zero: the tree begins at the computer's drives.
+ * @param folder           At least MAX_PATH bytes. In: a drive path to select, as far as it exists, or "". Out: the
+ *                         folder chosen; as it was if none was.
+ * @return 0; TARVO_PICKER_CANCELLED; ERROR_NOT_ENOUGH_MEMORY, no shell allocator; ERROR_BAD_PATHNAME, no folder of a
+ * file system
+ */
+DWORD __cdecl TARVO_DlgSelectSharedFolderEx(_In_opt_ HWND hParentWnd, _In_opt_z_ const char* pchTitle,
+                                            _In_opt_z_ const char* pchInstructions, BOOL bEditBoxEnable,
+                                            BOOL bNewDialogStyle, BOOL bMyComputerOnly,
+                                            _Inout_updates_z_(MAX_PATH) char* folder);
+
+/**
+ * As TARVO_DlgSelectSharedFolderEx without options or initial folder.
+ * @param pdwBufferLen  Bytes at pchBuffer; receives the bytes that the folder needs.
+ * @return as there; TARVO_PICKER_CANCELLED with the text "Buffer is too small." too, the buffer then untouched
+ */
+DWORD __cdecl TARVO_DlgSelectSharedFolder(_In_opt_ HWND hParentWnd, _Out_writes_z_(*pdwBufferLen) char* pchBuffer,
+                                          _Inout_ DWORD* pdwBufferLen);
+
+/** @} */
+
+/**
+ * @defgroup components Product components
+ * @{
+ */
 
 /**
  * Starts the management console, kob32.exe in the product's common directory, without waiting (ShellExecute).
- * @return 0; 0xFFFFFFFF, the directory is not in the registry or the program does not start
+ * @return 0; TARVO_ERROR_FAILED, the directory is not in the registry or the program does not start
  */
 DWORD __cdecl TARVO_StartKOB(void);
 
@@ -672,80 +837,12 @@ DWORD __cdecl TARVO_StopKOBA(void);
  */
 DWORD __cdecl TARVO_InstallDefaultPolicyFile(_In_z_ const char* source, _In_z_ const char* directory);
 
-/* ---- Shortcuts ------------------------------------------------------------------------------------------------- */
+/** @} */
 
 /**
- * Creates a shortcut in a group of the Start menu's programs, for all users where the system has such a folder
- * (IShellLink). The group folder is made if need be; both are recorded.
- * @param file      The target, or the target in double quotes and its arguments; each at most 259 characters.
- * @param startIn   Working directory; may be NULL.
- * @param runState  SW_SHOWNORMAL, SW_SHOWMAXIMIZED or SW_SHOWMINNOACTIVE.
- * @return 0; ERROR_FILENAME_EXCED_RANGE; the code of making the folder; 0xFFFFFFFF, the shell failed.
+ * @defgroup plugins Management plug-ins
+ * @{
  */
-DWORD __cdecl TARVO_AddShortCut(_In_z_ const char* group, _In_z_ const char* description, _In_z_ const char* file,
-                                _In_opt_z_ const char* startIn, DWORD runState);
-
-/**
- * Deletes a shortcut, and its group folder if that has become empty.
- * @return 0; ERROR_FILE_NOT_FOUND; ERROR_FILENAME_EXCED_RANGE; another code of deleting the file; 0xFFFFFFFF.
- */
-DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char* group, _In_z_ const char* description);
-
-/* ---- Dialogs and restart ---------------------------------------------------------------------------------------- */
-
-/**
- * Shows the please-wait window, centred, with a caption and a line of text; one already shown goes first. It belongs to
- * the calling thread, which must dispatch messages for it to paint, and goes with TARVO_HideProgressDialog or the
- * library.
- * @return 0; 0xFFFFFFFF, nothing is shown
- */
-DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const char* caption,
-                                       _In_opt_z_ const char* message);
-
-/** Removes the please-wait window. @return 0, also if there is none */
-DWORD __cdecl TARVO_HideProgressDialog(void);
-
-#define TARVO_REBOOT_NORMAL 1 /* applications may refuse */
-#define TARVO_REBOOT_FORCED 2 /* applications are closed, unsaved data is lost */
-
-/**
- * Restarts the machine at once (InitiateSystemShutdown); returns as soon as that is on its way.
- * @param mode  TARVO_REBOOT_...
- * @return 0; ERROR_INVALID_PARAMETER; or the code of the token, the privilege or the shutdown.
- */
-DWORD __cdecl TARVO_Reboot(int mode);
-
-/**
- * Lets the person choose an account in the system's user browser.
- * @param user, domain  Receive the names, cut and terminated; a size of 0 gets nothing.
- * @return 0; 1, cancelled; 2, the browser is not available; ERROR_INVALID_PARAMETER, a buffer is NULL
- */
-DWORD __cdecl TARVO_DlgSelectUser(_In_opt_ HWND owner, _Out_writes_z_(userSize) char* user, DWORD userSize,
-                                  _Out_writes_z_(domainSize) char* domain, DWORD domainSize);
-
-/**
- * Lets the person choose a folder of the file system (SHBrowseForFolder). The current directory stays.
- * @param pchTitle         Caption of the dialog, or NULL.
- * @param pchInstructions  Text above the tree, or NULL.
- * @param bMyComputerOnly  Non-zero: the tree begins at the computer's drives.
- * @param folder           At least MAX_PATH bytes. In: a drive path to select, as far as it exists, or "". Out: the
- *                         folder chosen; as it was if none was.
- * @return 0; 1, cancelled; ERROR_NOT_ENOUGH_MEMORY, no shell allocator; ERROR_BAD_PATHNAME, no folder of a file system
- */
-DWORD __cdecl TARVO_DlgSelectSharedFolderEx(_In_opt_ HWND hParentWnd, _In_opt_z_ const char* pchTitle,
-                                            _In_opt_z_ const char* pchInstructions, BOOL bEditBoxEnable,
-                                            BOOL bNewDialogStyle, BOOL bMyComputerOnly,
-                                            _Inout_updates_z_(MAX_PATH) char* folder);
-
-/**
- * As TARVO_DlgSelectSharedFolderEx without options or initial folder.
- * @param pdwBufferLen  Bytes at pchBuffer; receives the bytes that the folder needs.
- * @return as there; 1 with the text "Buffer is too small." too, the buffer then untouched
- */
-DWORD __cdecl TARVO_DlgSelectSharedFolder(_In_opt_ HWND hParentWnd, _Out_writes_z_(*pdwBufferLen) char* pchBuffer,
-                                          _Inout_ DWORD* pdwBufferLen);
-
-/* ---- Management plug-ins ---------------------------------------------------------------------------------------- */
 
 /** Registers a plug-in of the management console: its ImagePath. Recorded. @return as TARVO_CreateRegistryEntry */
 DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char* name, _In_z_ const char* path);
@@ -775,6 +872,8 @@ DWORD __cdecl TARVO_RegisterKobaPlugIn(DWORD reserved, DWORD type, DWORD startMo
  */
 DWORD __cdecl TARVO_RegisterKobaPlugInProperty(_In_z_ const char* name, _In_opt_z_ const char* property, DWORD type,
                                                _In_reads_bytes_(size) const void* data, DWORD size);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -39,7 +39,7 @@ DWORD CreateAccountA(const char* domain, const char* user, const char* password,
     FunctionScope scope("CreateAccountA", 2);
     const WideArguments wide({domain, user, password});
     if (!wide.Converted())
-        return kNotConverted;
+        return TARVO_ERROR_FAILED;
     USER_INFO_1 info = {};
     info.usri1_name = wide[1];
     info.usri1_password = wide[2];
@@ -52,7 +52,7 @@ DWORD DeleteAccountA(const char* domain, const char* user)
 {
     FunctionScope scope("DeleteAccountA", 2);
     const WideArguments wide({domain, user});
-    return wide.Converted() ? DeleteUser(wide[0], wide[1]) : kNotConverted;
+    return wide.Converted() ? DeleteUser(wide[0], wide[1]) : TARVO_ERROR_FAILED;
 }
 
 } // namespace

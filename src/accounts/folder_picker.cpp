@@ -17,7 +17,6 @@ namespace tarvo {
 namespace {
 
 constexpr char kCancelText[] = "Dialog was canceled by the user.";
-constexpr DWORD kCancelled = 1;
 
 /** COM for the time of one dialog: left again only where this call was the first to enter. */
 class ComForDialog {
@@ -171,7 +170,7 @@ DWORD Browse(const FolderQuestion& question, char* folder, IMalloc* allocator)
     const AllocatedList chosen(allocator, SHBrowseForFolderA(&info));
     if (!chosen.Get()) {
         TracePrint(kWarning, 1, "%s", "SHBrowseForFolder returned NULL.\n");
-        return kCancelled;
+        return TARVO_PICKER_CANCELLED;
     }
     PathText path;
     if (!SHGetPathFromIDListA(chosen.Get(), path.Buffer()))
@@ -193,7 +192,7 @@ DWORD SelectFolder(const FolderQuestion& question, char* folder)
 
 DWORD EndSelection(FunctionScope& scope, DWORD code)
 {
-    return code == kCancelled ? scope.Error(kCancelText, code) : scope.End(code);
+    return code == TARVO_PICKER_CANCELLED ? scope.Error(kCancelText, code) : scope.End(code);
 }
 
 } // namespace
@@ -233,7 +232,7 @@ DWORD __cdecl TARVO_DlgSelectSharedFolder(HWND hParentWnd, char* pchBuffer, DWOR
     const DWORD size = *pdwBufferLen;
     *pdwBufferLen = static_cast<DWORD>(strlen(folder.Get()) + 1);
     if (!CopyWhole(pchBuffer, size, folder.Get()))
-        return scope.Error("Buffer is too small.", kCancelled);
+        return scope.Error("Buffer is too small.", TARVO_PICKER_CANCELLED);
     pchBuffer[size - 1] = '\0';
     return scope.Ok();
 }

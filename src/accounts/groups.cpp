@@ -32,21 +32,21 @@ DWORD CreateLocalGroupA(const char* machine, const char* group, const char* comm
 {
     FunctionScope scope("CreateLocalGroupA", 2);
     const WideArguments wide({machine, group, comment});
-    return wide.Converted() ? AddGroup(wide[0], wide[1], wide[2]) : kNotConverted;
+    return wide.Converted() ? AddGroup(wide[0], wide[1], wide[2]) : TARVO_ERROR_FAILED;
 }
 
 DWORD DeleteLocalGroupA(const char* machine, const char* group)
 {
     FunctionScope scope("DeleteLocalGroupA", 2);
     const WideArguments wide({machine, group});
-    return wide.Converted() ? NetLocalGroupDel(wide[0], wide[1]) : kNotConverted;
+    return wide.Converted() ? NetLocalGroupDel(wide[0], wide[1]) : TARVO_ERROR_FAILED;
 }
 
 DWORD AddUserToLocalGroupA(const char* account, const char* machine, const char* group)
 {
     FunctionScope scope("AddUserToLocalGroupA", 2);
     const WideArguments wide({account, machine, group});
-    return wide.Converted() ? AddMember(wide[0], wide[1], wide[2]) : kNotConverted;
+    return wide.Converted() ? AddMember(wide[0], wide[1], wide[2]) : TARVO_ERROR_FAILED;
 }
 
 } // namespace

@@ -6,9 +6,6 @@
 
 namespace tarvo {
 
-/** What most inner operations return when an argument cannot be converted. */
-constexpr DWORD kNotConverted = 0xFFFFFFFF;
-
 /** @return the text for a status of the network management functions; "Unspecified error" where there is none. */
 const char* GetNetApiErrorText(DWORD status);
 

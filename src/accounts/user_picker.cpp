@@ -8,8 +8,6 @@ namespace tarvo {
 namespace {
 
 constexpr DWORD kBrowserFlags = 0x100A;
-constexpr DWORD kCancelled = 1;
-constexpr DWORD kUnavailable = 2;
 
 } // namespace
 } // namespace tarvo
@@ -28,9 +26,9 @@ DWORD __cdecl TARVO_DlgSelectUser(HWND owner, char* user, DWORD userSize, char* 
     }
     BOOL cancelled = FALSE;
     if (!OpenUserBrowseDialogA(owner, "", nullptr, kBrowserFlags, {user, userSize, domain, domainSize}, &cancelled))
-        return scope.Error("Unable to show UserBrowse dialog", kUnavailable);
+        return scope.Error("Unable to show UserBrowse dialog", TARVO_PICKER_UNAVAILABLE);
     if (cancelled)
-        return scope.Error("UserBrowse dialog cancelled by the user", kCancelled);
+        return scope.Error("UserBrowse dialog cancelled by the user", TARVO_PICKER_CANCELLED);
     TracePrint(kInfo, 0, "Returning user=[%s\\%s]\n", domainSize ? domain : "", userSize ? user : "");
     return scope.Ok();
 }

@@ -9,7 +9,6 @@
 namespace tarvo {
 namespace {
 
-constexpr DWORD kFailed = 0xFFFFFFFF;
 constexpr char kConsoleProgram[] = "kob32.exe";
 constexpr char kAgentService[] = "KOBA";
 constexpr DWORD kAgentTimeout = 60000; // milliseconds
@@ -30,7 +29,7 @@ DWORD EndNotExecuted(FunctionScope& scope, const char* program)
 {
     BoundedText<1024> text;
     text.Format("Could not execute %s", program);
-    return scope.Error(text.Get(), kFailed);
+    return scope.Error(text.Get(), TARVO_ERROR_FAILED);
 }
 
 DWORD StartAgent()
@@ -83,7 +82,7 @@ DWORD __cdecl TARVO_StartKOB(void)
     FunctionScope scope("TARVO_StartKOB", 0);
     const char* const directory = GetCommonDirectory();
     if (!*directory)
-        return scope.Error("Velmora Common directory is not found", kFailed);
+        return scope.Error("Velmora Common directory is not found", TARVO_ERROR_FAILED);
     PathText program;
     if (!JoinPath(program, directory, kConsoleProgram))
         return EndNotExecuted(scope, kConsoleProgram);

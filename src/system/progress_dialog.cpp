@@ -8,8 +8,6 @@
 namespace tarvo {
 namespace {
 
-constexpr DWORD kDialogFailure = 0xFFFFFFFF;
-
 constinit HWND progressDialog = nullptr;
 
 void CloseProgressDialog()
@@ -59,14 +57,14 @@ DWORD __cdecl TARVO_ShowProgressDialog(HWND parent, const char* caption, const c
     progressDialog =
         CreateDialogParamA(LibraryInstance(), MAKEINTRESOURCEA(IDD_PROGRESS), parent, ProgressDialogProcedure, 0);
     if (!progressDialog)
-        return scope.Error("Unable to create dialog", kDialogFailure);
+        return scope.Error("Unable to create dialog", TARVO_ERROR_FAILED);
     ReleaseAtUnload(ReleaseStage::kProgressDialog, CloseProgressDialog);
     TracePrint(kInfo, 1, "%s", "Showing dialog...\n");
     ShowWindow(progressDialog, SW_SHOW);
     if (const char* failure = SetTexts(caption, message)) {
-        scope.Error(failure, kDialogFailure);
+        scope.Error(failure, TARVO_ERROR_FAILED);
         CloseProgressDialog();
-        return kDialogFailure;
+        return TARVO_ERROR_FAILED;
     }
     return scope.Ok();
 }

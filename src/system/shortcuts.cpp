@@ -18,8 +18,6 @@
 namespace tarvo {
 namespace {
 
-constexpr DWORD kShellFailure = 0xFFFFFFFF;
-
 /** An item list of the shell, which its own allocator frees. */
 class ItemList {
 public:
@@ -52,10 +50,10 @@ DWORD FindProgramsFolder(FunctionScope& scope, PathText& folder)
     if (!list.Locate(CSIDL_COMMON_PROGRAMS)) {
         TracePrint(kWarning, 1, "%s", "Could not find common program directory, trying user directory...\n");
         if (!list.Locate(CSIDL_PROGRAMS))
-            return scope.Error("Could not find neither common nor user directory", kShellFailure);
+            return scope.Error("Could not find neither common nor user directory", TARVO_ERROR_FAILED);
     }
     if (!list.GetPath(folder))
-        return scope.Error("Could not get shortcut's directory", kShellFailure);
+        return scope.Error("Could not get shortcut's directory", TARVO_ERROR_FAILED);
     return ERROR_SUCCESS;
 }
 
@@ -102,7 +100,7 @@ DWORD EndCreation(FunctionScope& scope, const ShortcutPlace& place, const char* 
     TracePrint(kInfo, 1, "Creating shortcut, file=[%s], target=[%s]...\n", place.linkFile.Get(), target.Get());
     const ShortcutProperties link = {target.Get(), description, startIn, arguments.Get(), runState};
     if (FAILED(CreateShortcut(link, place.linkFile.Get())))
-        return scope.Error("Failed to create shortcut", kShellFailure);
+        return scope.Error("Failed to create shortcut", TARVO_ERROR_FAILED);
     AddShortcutToUninstallLog(place.linkFile.Get());
     return scope.Ok();
 }

@@ -186,6 +186,6 @@ DWORD __cdecl TARVO_PerformUnInstall(DWORD operation)
     FunctionScope scope("TARVO_PerformUnInstall", 0);
     TracePrint(kInfo, 1, "Operation=[%d]\n", static_cast<int>(operation));
     if (!IsRollbackLogOpen())
-        return scope.Error("Uninstallation log is not opened", kLogNotOpen);
+        return scope.Error("Uninstallation log is not opened", TARVO_ERROR_NO_LOG);
     return scope.End(PerformStep(operation));
 }

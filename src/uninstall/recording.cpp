@@ -8,8 +8,6 @@
 namespace tarvo {
 namespace {
 
-constexpr DWORD kNotStarted = static_cast<DWORD>(-2);
-
 constinit PathText recordingFile; // "" while recording is off
 
 void WriteLine(const char* section, const char* key, const char* value)
@@ -81,7 +79,7 @@ DWORD __cdecl TARVO_StopUninstallLogging(void)
 {
     FunctionScope scope("TARVO_StopUninstallLogging", 0);
     if (recordingFile.Empty())
-        return scope.Error("Uninstall logging is not started", kNotStarted);
+        return scope.Error("Uninstall logging is not started", TARVO_ERROR_NO_LOG);
     recordingFile.Clear();
     return scope.Ok();
 }

@@ -55,7 +55,7 @@ DWORD GetRollbackLogName(char* buffer, size_t size)
     if (!buffer)
         return ERROR_INVALID_PARAMETER;
     if (!IsRollbackLogOpen())
-        return kLogNotOpen;
+        return TARVO_ERROR_NO_LOG;
     CopyCut(buffer, size, logFile.Get());
     return ERROR_SUCCESS;
 }
@@ -65,7 +65,7 @@ DWORD GetRollbackSection(const char* section, HeapText& list)
     FunctionScope scope("GetRollbackSection", 2);
     PathText file;
     if (GetRollbackLogName(file.Buffer(), PathText::kSize) != ERROR_SUCCESS)
-        return scope.Error("Rollback file is not opened in GetRollbackSection", kLogNotOpen);
+        return scope.Error("Rollback file is not opened in GetRollbackSection", TARVO_ERROR_NO_LOG);
     return scope.End(ReadSection(file.Get(), section, list));
 }
 
@@ -84,7 +84,7 @@ DWORD __cdecl TARVO_CloseRollBackLog(void)
 {
     FunctionScope scope("TARVO_CloseRollBackLog", 0);
     if (!IsRollbackLogOpen())
-        return scope.Error("Rollback is not opened", kLogNotOpen);
+        return scope.Error("Rollback is not opened", TARVO_ERROR_NO_LOG);
     logFile.Clear();
     return scope.Ok();
 }
@@ -95,7 +95,7 @@ DWORD __cdecl TARVO_GetCustomUnInstallString(const char* name, char* buffer, DWO
     TracePrint(kInfo, 1, "Key=[%s], Value ptr=[%x], size=[%d]\n", Shown(name), reinterpret_cast<unsigned>(buffer),
                static_cast<int>(size));
     if (!IsRollbackLogOpen())
-        return scope.Error("Uninstallation log is not opened", kLogNotOpen);
+        return scope.Error("Uninstallation log is not opened", TARVO_ERROR_NO_LOG);
     // Without a name the INI reader would list all names of the section.
     if (!name || !buffer || size == 0)
         return scope.Error(ERROR_INVALID_PARAMETER);
