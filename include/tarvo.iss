@@ -175,13 +175,13 @@ function TARVO_GetCustomUnInstallString(Name, Buffer: AnsiString; Size: DWORD): 
 function TARVO_InstallService(Machine, Service, DisplayName: AnsiString; ServiceType, StartType: DWORD;
   BinaryPath, Dependencies, Account, Password: AnsiString; ChangeExisting: BOOL): DWORD;
   external 'TARVO_InstallService@{#TarvoLibrary} cdecl delayload';
-function TARVO_ChangeServiceConfig(Machine, Service: AnsiString; StartType, ServiceType: DWORD; BinaryPath,
-  Account, Password, DisplayName: AnsiString): DWORD;
+function TARVO_ChangeServiceConfig(Machine, Service: AnsiString; StartType, ServiceType: DWORD;
+  BinaryPath, Account, Password, DisplayName: AnsiString): DWORD;
   external 'TARVO_ChangeServiceConfig@{#TarvoLibrary} cdecl delayload';
 function TARVO_ChangeServiceConfig2(Machine, Service: AnsiString; Level, Information: DWORD): DWORD;
   external 'TARVO_ChangeServiceConfig2@{#TarvoLibrary} cdecl delayload';
-function TARVO_GetServiceConfig(Machine, Service: AnsiString; var StartType, Interactive: DWORD; BinaryPath,
-  Account, DisplayName: AnsiString): DWORD;
+function TARVO_GetServiceConfig(Machine, Service: AnsiString; var StartType, Interactive: DWORD;
+  BinaryPath, Account, DisplayName: AnsiString): DWORD;
   external 'TARVO_GetServiceConfig@{#TarvoLibrary} cdecl delayload';
 function TARVO_IsServiceInstalled(Machine, Service: AnsiString; var Installed: DWORD): DWORD;
   external 'TARVO_IsServiceInstalled@{#TarvoLibrary} cdecl delayload';
@@ -195,8 +195,8 @@ function TARVO_SendUserControl(Machine, Service: AnsiString; Control: DWORD): DW
   external 'TARVO_SendUserControl@{#TarvoLibrary} cdecl delayload';
 function TARVO_GetServiceStatus(Machine, Service: AnsiString; var Interactive, State: DWORD): DWORD;
   external 'TARVO_GetServiceStatus@{#TarvoLibrary} cdecl delayload';
-function TARVO_WaitForServiceState(Machine, Service: AnsiString; State, Timeout: DWORD; var ExitCode: DWORD):
-  DWORD;
+function TARVO_WaitForServiceState(Machine, Service: AnsiString; State, Timeout: DWORD;
+  var ExitCode: DWORD): DWORD;
   external 'TARVO_WaitForServiceState@{#TarvoLibrary} cdecl delayload';
 function TARVO_HaveChangeConfigRights(Machine, Service: AnsiString; var HaveRights: DWORD): DWORD;
   external 'TARVO_HaveChangeConfigRights@{#TarvoLibrary} cdecl delayload';
@@ -209,19 +209,18 @@ function TARVO_EnableServiceInHWProfile(Machine, Service, HardwareProfile, Contr
 
 // ---- Security: grants on files and registry keys --------------------------------
 
-function TARVO_SetObjectSecurity(ObjectType: DWORD; Name, Account: AnsiString; Mask: DWORD; Replace,
-  Recursive: BOOL): DWORD;
+function TARVO_SetObjectSecurity(ObjectType: DWORD; Name, Account: AnsiString; Mask: DWORD;
+  Replace, Recursive: BOOL): DWORD;
   external 'TARVO_SetObjectSecurity@{#TarvoLibrary} cdecl delayload';
-function TARVO_SetObjectSecurityRid(ObjectType: DWORD; Name: AnsiString; Rid: DWORD; Domain: AnsiString; Mask:
-  DWORD; Replace, Recursive: BOOL): DWORD;
+function TARVO_SetObjectSecurityRid(ObjectType: DWORD; Name: AnsiString; Rid: DWORD; Domain: AnsiString;
+  Mask: DWORD; Replace, Recursive: BOOL): DWORD;
   external 'TARVO_SetObjectSecurityRid@{#TarvoLibrary} cdecl delayload';
 function TARVO_SetFileSecurity(Path, Account: AnsiString; Mask: DWORD; Replace, Recursive: BOOL): DWORD;
   external 'TARVO_SetFileSecurity@{#TarvoLibrary} cdecl delayload';
-function TARVO_SetFileSecurityRid(Path: AnsiString; Rid: DWORD; Domain: AnsiString; Mask: DWORD; Replace,
-  Recursive: BOOL): DWORD;
+function TARVO_SetFileSecurityRid(Path: AnsiString; Rid: DWORD; Domain: AnsiString; Mask: DWORD;
+  Replace, Recursive: BOOL): DWORD;
   external 'TARVO_SetFileSecurityRid@{#TarvoLibrary} cdecl delayload';
-function TARVO_SetRegistrySecurity(KeyPath, Account: AnsiString; Mask: DWORD; Replace, Recursive: BOOL):
-  DWORD;
+function TARVO_SetRegistrySecurity(KeyPath, Account: AnsiString; Mask: DWORD; Replace, Recursive: BOOL): DWORD;
   external 'TARVO_SetRegistrySecurity@{#TarvoLibrary} cdecl delayload';
 function TARVO_SetRegistrySecurityRid(KeyPath: AnsiString; Rid: DWORD; Domain: AnsiString; Mask: DWORD;
   Replace, Recursive: BOOL): DWORD;
@@ -282,8 +281,8 @@ function TARVO_DllFunctionExist(Library, FunctionName: AnsiString): BOOL;
   external 'TARVO_DllFunctionExist@{#TarvoLibrary} cdecl delayload';
 function TARVO_ReadIniFileSection(FileName, Section, Buffer: AnsiString; var Size: DWORD): DWORD;
   external 'TARVO_ReadIniFileSection@{#TarvoLibrary} cdecl delayload';
-function TARVO_MultiByteToUtf8(Source: AnsiString; CodePage: DWORD; Destination: AnsiString; var Size:
-  Integer): DWORD;
+function TARVO_MultiByteToUtf8(Source: AnsiString; CodePage: DWORD; Destination: AnsiString;
+  var Size: Integer): DWORD;
   external 'TARVO_MultiByteToUtf8@{#TarvoLibrary} cdecl delayload';
 function TARVO_Utf8ToMultiByte(Source, Destination: AnsiString; CodePage: DWORD; var Size: Integer): DWORD;
   external 'TARVO_Utf8ToMultiByte@{#TarvoLibrary} cdecl delayload';
@@ -306,11 +305,11 @@ function TARVO_Reboot(Mode: Integer): DWORD;
 
 // ---- Account and folder pickers -------------------------------------------------
 
-function TARVO_DlgSelectUser(Owner: HWND; User: AnsiString; UserSize: DWORD; Domain: AnsiString; DomainSize:
-  DWORD): DWORD;
+function TARVO_DlgSelectUser(Owner: HWND; User: AnsiString; UserSize: DWORD; Domain: AnsiString;
+  DomainSize: DWORD): DWORD;
   external 'TARVO_DlgSelectUser@{#TarvoLibrary} cdecl delayload';
-function TARVO_DlgSelectSharedFolderEx(Owner: HWND; Title, Instructions: AnsiString; EditBoxEnable,
-  NewDialogStyle, MyComputerOnly: BOOL; Folder: AnsiString): DWORD;
+function TARVO_DlgSelectSharedFolderEx(Owner: HWND; Title, Instructions: AnsiString;
+  EditBoxEnable, NewDialogStyle, MyComputerOnly: BOOL; Folder: AnsiString): DWORD;
   external 'TARVO_DlgSelectSharedFolderEx@{#TarvoLibrary} cdecl delayload';
 function TARVO_DlgSelectSharedFolder(Owner: HWND; Folder: AnsiString; var Size: DWORD): DWORD;
   external 'TARVO_DlgSelectSharedFolder@{#TarvoLibrary} cdecl delayload';
@@ -332,11 +331,11 @@ function TARVO_InstallDefaultPolicyFile(Source, Directory: AnsiString): DWORD;
 
 function TARVO_RegisterKobPlugIn(Name, Path: AnsiString): DWORD;
   external 'TARVO_RegisterKobPlugIn@{#TarvoLibrary} cdecl delayload';
-function TARVO_RegisterKobaPlugInEx(Reserved, PlugInType, StartMode, ErrorControl: DWORD; Name, Oid, Path,
-  Dependencies: AnsiString; RestartAttempts, RestartInterval, WaitingInterval: DWORD): DWORD;
+function TARVO_RegisterKobaPlugInEx(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
+  Name, Oid, Path, Dependencies: AnsiString; RestartAttempts, RestartInterval, WaitingInterval: DWORD): DWORD;
   external 'TARVO_RegisterKobaPlugInEx@{#TarvoLibrary} cdecl delayload';
-function TARVO_RegisterKobaPlugIn(Reserved, PlugInType, StartMode, ErrorControl: DWORD; Name, Oid, Path,
-  Dependencies: AnsiString): DWORD;
+function TARVO_RegisterKobaPlugIn(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
+  Name, Oid, Path, Dependencies: AnsiString): DWORD;
   external 'TARVO_RegisterKobaPlugIn@{#TarvoLibrary} cdecl delayload';
 function TARVO_RegisterKobaPlugInProperty(Name, PropertyName: AnsiString; ValueType: DWORD; Data: AnsiString;
   Size: DWORD): DWORD;

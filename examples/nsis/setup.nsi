@@ -1,7 +1,7 @@
 ; A setup and its uninstaller that do their work through TARVO.DLL.
 ;   makensis -DVERSION=1|2 -DLIBRARY=DLL -DBUILT=FOLDER -DPRODUCT=FOLDER -DSETUP=FILE setup.nsi
 ; Both take /S (silent) and end with 0, with 3010 when a restart is needed to
-; finish, or with 1. tarvo.nsh tells how to have them write a log.
+; finish, or with 1. lantern.nsh tells how to have them write a log.
 Unicode true
 Name "Lantern ${VERSION}"
 OutFile "${SETUP}"
@@ -11,12 +11,14 @@ Page instfiles
 UninstPage instfiles
 
 !include LogicLib.nsh
-!include tarvo.nsh
+!include "${__FILEDIR__}/../../include/tarvo.nsh"
+!include lantern.nsh
 
 !define RESTART_NEEDED 3010
 !define SZ 1
 !define DWORD 4
 !define MULTI_SZ 7
+!define READ_ONLY 1
 !define SERVICE_WIN32_OWN_PROCESS 0x10
 !define SERVICE_AUTO_START 2
 !define SERVICE_STOPPED 1
@@ -35,53 +37,69 @@ UninstPage instfiles
 !define START_MENU_GROUP "Lantern"
 
 !macro Settings
-  ${Tarvo} TARVO_CreateRegistryEntry "m '${KEY}\\Version|${VERSION}', i ${DWORD}, i 0"
-  ${Tarvo} TARVO_CreateRegistryEntry "m '${KEY}\\Folder|$INSTDIR', i ${SZ}, i 0"
-  ; The list continues behind the locator's own zero.
+  ${Set} "${KEY}\\Version|${VERSION}" ${DWORD}
+  ${Set} "${KEY}\\Folder|$INSTDIR" ${SZ}
+  !insertmacro SetColours
+  ${TARVO_CreateRegistryEntryEx} $0 "${KEY}\\Version|${VERSION}" ${DWORD} 0 0
+  ${Check} "setting the version in the 64-bit view"
+  ${Set} "${PROGRAMS_KEY}\\DisplayName|Lantern ${VERSION}" ${SZ}
+  ${Set} "${PROGRAMS_KEY}\\UninstallString|$INSTDIR\uninstall.exe" ${SZ}
+  ${Say} "settings written in both registry views"
+!macroend
+
+; A list continues behind the locator's own zero, which no NSIS text can do:
+; the call takes an address here.
+!macro SetColours
   StrCpy $1 "${KEY}\Wicks\\Colours|red"
   StrLen $2 $1
   IntOp $2 $2 + 1
   System::Call "*(&m$2 r1, &m6 'green', &i1 0) p .r3"
-  ${Tarvo} TARVO_CreateRegistryEntry "p r3, i ${MULTI_SZ}, i 0"
+  System::Call "${TARVO_DLL}::TARVO_CreateRegistryEntry(p r3, i ${MULTI_SZ}, i 0) i .r0 ? c"
   System::Free $3
-  ${Tarvo} TARVO_CreateRegistryEntryEx "m '${KEY}\\Version|${VERSION}', i ${DWORD}, i 0, i 0"
-  ${Tarvo} TARVO_CreateRegistryEntry "m '${PROGRAMS_KEY}\\DisplayName|Lantern ${VERSION}', i ${SZ}, i 0"
-  ${Tarvo} TARVO_CreateRegistryEntry "m '${PROGRAMS_KEY}\\UninstallString|$INSTDIR\uninstall.exe', i ${SZ}, i 0"
-  ${Say} "settings written in both registry views"
+  ${Check} "setting the colours"
 !macroend
 
 ; What others know the product by. A source of the event log is not recorded:
 ; the uninstaller deletes it.
 !macro Registrations
-  ${Tarvo} TARVO_AddShortCut "m '${START_MENU_GROUP}', m 'Lantern', m '$\"$INSTDIR\lantern.exe$\" stay', \
-      m '$INSTDIR\data', i ${SW_SHOWNORMAL}"
-  ${Tarvo} TARVO_AddEventSource "m '${EVENT_SOURCE}', m '$INSTDIR\lantern.exe', i ${EVENT_TYPES}, i 0"
-  ${Tarvo} TARVO_RegisterKobPlugIn "m 'Lantern', m '$INSTDIR\wick.dll'"
-  ${Tarvo} TARVO_SetProductVersion "m '${VERSION}', m 'Lantern'"
+  ${TARVO_AddShortCut} $0 "${START_MENU_GROUP}" "Lantern" '"$INSTDIR\lantern.exe" stay' "$INSTDIR\data" ${SW_SHOWNORMAL}
+  ${Check} "making the shortcut"
+  ${TARVO_AddEventSource} $0 "${EVENT_SOURCE}" "$INSTDIR\lantern.exe" ${EVENT_TYPES} 0
+  ${Check} "adding the event source"
+  ${TARVO_RegisterKobPlugIn} $0 "Lantern" "$INSTDIR\wick.dll"
+  ${Check} "registering the plug-in"
+  ${TARVO_SetProductVersion} $0 "${VERSION}" "Lantern"
+  ${Check} "setting the product's version"
   ${Say} "shortcut, event source and plug-in registered"
 !macroend
 
 ; The library records what it creates itself. This one NSIS makes.
 !macro RecordedByHand
   WriteUninstaller "$INSTDIR\uninstall.exe"
-  ${Tarvo} TARVO_AddFileToUninstallLog "m '$INSTDIR\uninstall.exe'"
+  ${TARVO_AddFileToUninstallLog} $0 "$INSTDIR\uninstall.exe"
+  ${Check} "recording the uninstaller"
 !macroend
 
 ; Ends a service. It is stopped a moment before its program has ended, and only
 ; then can the file be replaced.
 !macro StopKeeper
-  ${Tarvo} TARVO_StopService "p 0, m '${KEEPER}'"
-  ${Tarvo} TARVO_WaitForServiceState "p 0, m '${KEEPER}', i ${SERVICE_STOPPED}, i ${MINUTE}, p 0"
+  ${TARVO_StopService} $0 ${TARVO_NULL} ${KEEPER}
+  ${Check} "stopping ${KEEPER}"
+  ${TARVO_WaitForServiceState} $0 ${TARVO_NULL} ${KEEPER} ${SERVICE_STOPPED} ${MINUTE} $1
+  ${Check} "waiting for ${KEEPER} to stop"
   Sleep 1000
   ${Say} "service stopped: ${KEEPER}"
 !macroend
 
 ; A service that is there is changed, its display name included.
 !macro StartKeeper
-  ${Tarvo} TARVO_InstallService "p 0, m '${KEEPER}', m 'Lantern Keeper ${VERSION}', i ${SERVICE_WIN32_OWN_PROCESS}, \
-      i ${SERVICE_AUTO_START}, m '$INSTDIR\keeper.exe', p 0, p 0, p 0, i 1"
-  ${Tarvo} TARVO_StartService "p 0, m '${KEEPER}'"
-  ${Tarvo} TARVO_WaitForServiceState "p 0, m '${KEEPER}', i ${SERVICE_RUNNING}, i ${MINUTE}, p 0"
+  ${TARVO_InstallService} $0 ${TARVO_NULL} ${KEEPER} "Lantern Keeper ${VERSION}" ${SERVICE_WIN32_OWN_PROCESS} \
+      ${SERVICE_AUTO_START} "$INSTDIR\keeper.exe" 0 ${TARVO_NULL} ${TARVO_NULL} 1
+  ${Check} "installing ${KEEPER}"
+  ${TARVO_StartService} $0 ${TARVO_NULL} ${KEEPER}
+  ${Check} "starting ${KEEPER}"
+  ${TARVO_WaitForServiceState} $0 ${TARVO_NULL} ${KEEPER} ${SERVICE_RUNNING} ${MINUTE} $1
+  ${Check} "waiting for ${KEEPER} to run"
   ${Say} "service installed and started: ${KEEPER}"
 !macroend
 
@@ -92,11 +110,14 @@ Section
   File "/oname=$PLUGINSDIR\keeper.exe" "${BUILT}/keeper-${VERSION}.exe"
   File "/oname=$PLUGINSDIR\words.txt" "${PRODUCT}/words-${VERSION}.txt"
 
-  ${Tarvo} TARVO_StartUninstallLogging "m '${UNINSTALL_LOG}', m 'Lantern'"
-  ${Tarvo} TARVO_CreateDirectory "m '$INSTDIR\data'"
+  ${TARVO_StartUninstallLogging} $0 "${UNINSTALL_LOG}" "Lantern"
+  ${Check} "beginning the uninstall log"
+  ${TARVO_CreateDirectory} $0 "$INSTDIR\data"
+  ${Check} "making $INSTDIR\data"
   ${Install} "$PLUGINSDIR\lantern.exe" "$INSTDIR\lantern.exe"
   ${Install} "$PLUGINSDIR\words.txt" "$INSTDIR\data\words.txt"
-  ${Tarvo} TARVO_ResetFileReadOnlyAttribute "m '$INSTDIR\data\words.txt', i 1"
+  ${TARVO_ResetFileReadOnlyAttribute} $0 "$INSTDIR\data\words.txt" ${READ_ONLY}
+  ${Check} "protecting words.txt"
 !if ${VERSION} = 2
   !insertmacro StopKeeper
 !endif
@@ -111,8 +132,10 @@ Section
   !insertmacro Settings
   !insertmacro Registrations
   !insertmacro RecordedByHand
-  ${Tarvo} TARVO_SetCustomUnInstallString "m 'Version', m '${VERSION}'"
-  ${Tarvo} TARVO_StopUninstallLogging ""
+  ${TARVO_SetCustomUnInstallString} $0 "Version" "${VERSION}"
+  ${Check} "recording the version"
+  ${TARVO_StopUninstallLogging} $0
+  ${Check} "ending the uninstall log"
 
   ${If} $restart = 0
     !insertmacro EndTarvo 0
@@ -121,7 +144,8 @@ Section
 SectionEnd
 
 !macro Replay CODE WHAT
-  ${Tarvo} TARVO_PerformUnInstall "i ${CODE}"
+  ${TARVO_PerformUnInstall} $0 ${CODE}
+  ${Check} "removing ${WHAT}"
   ${Say} "${CODE}, ${WHAT}: done"
 !macroend
 
@@ -129,19 +153,23 @@ SectionEnd
 Section un.install
   SetShellVarContext all
   !insertmacro StartTarvo
-  ${Tarvo} TARVO_OpenRollBackLog "m '${UNINSTALL_LOG}'"
-  ${Tarvo} TARVO_GetCustomUnInstallString "m 'Version', m .r1, i ${NSIS_MAX_STRLEN}"
+  ${TARVO_OpenRollBackLog} $0 "${UNINSTALL_LOG}"
+  ${Check} "opening the uninstall log"
+  ${TARVO_GetCustomUnInstallString} $0 "Version" $1
+  ${Check} "reading the version"
   ${Say} "the log says: version $1"
-  !insertmacro Replay 202 "services"
-  !insertmacro Replay 200 "registry entries"
-  !insertmacro Replay 201 "files"
-  !insertmacro Replay 203 "shortcuts"
-  ${Tarvo} TARVO_CloseRollBackLog ""
-  ${Tarvo} TARVO_DeleteEventSource "m '${EVENT_SOURCE}'"
+  !insertmacro Replay ${TARVO_UNINSTALL_SERVICES} "services"
+  !insertmacro Replay ${TARVO_UNINSTALL_REGISTRY} "registry entries"
+  !insertmacro Replay ${TARVO_UNINSTALL_FILES} "files"
+  !insertmacro Replay ${TARVO_UNINSTALL_SHORTCUTS} "shortcuts"
+  ${TARVO_CloseRollBackLog} $0
+  ${Check} "closing the uninstall log"
+  ${TARVO_DeleteEventSource} $0 "${EVENT_SOURCE}"
+  ${Check} "deleting the event source"
   ${Remove} "${UNINSTALL_LOG}"
 
   ; The steps tell of no restart; what the next one will delete does.
-  System::Call "$PLUGINSDIR\TARVO.dll::TARVO_FindSourceInPFOs(m '$INSTDIR', m .r1, i ${NSIS_MAX_STRLEN}) i .r0 ? c"
+  ${TARVO_FindSourceInPFOs} $0 "$INSTDIR" $1
   ${If} $0 = 0
     ${Say} "the rest goes at the restart: $INSTDIR"
     !insertmacro EndTarvo ${RESTART_NEEDED}

@@ -27,6 +27,11 @@ retry() {
     return 1
 }
 
+# in_windows PATH: the same by its name in Wine.
+in_windows() {
+    echo "Z:${1//\//\\}"
+}
+
 # why LOG: the line of it that tells why apt or a tool failed.
 why() {
     local log=$1 line

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # The story that ./dev demo tells, on the new machine that is WINEPREFIX: a
-# product is installed, replaced while in use, and uninstalled without a trace,
-# by the setups of examples/nsis. Every "+" is a check; the first that fails
-# ends the story.
+# product is installed, replaced while in use, and uninstalled without a trace.
+# Every "+" is a check; the first that fails ends the story.
+#   demo.sh nsis|inno|c    by the setups of examples/nsis or examples/inno, or
+#                          installed by the first, uninstalled by examples/c
 set -euo pipefail
 : "${WINEPREFIX:?"run ./dev demo"}"
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
+source "$root/tools/dev/common.sh"
 built=$root/build/release/examples
 package=$root/examples/product
 work=$root/build/demo
@@ -22,6 +24,7 @@ readonly family_key='HKLM\Software\Norrin Vale\Velmora'
 readonly session_manager='HKLM\System\CurrentControlSet\Control\Session Manager'
 
 main() {
+    tell_of "${1:-nsis}"
     rm -f "$work"/*.log "$work"/*.txt
     program_files='Program Files (x86)'
     [[ -d $drive/$program_files ]] || program_files='Program Files'
@@ -40,6 +43,48 @@ main() {
     show_logs
 }
 
+# ---- Who tells it -----------------------------------------------------------
+
+# What differs between the setups: how they are run, the files that they add to
+# the product's folder, and how their uninstaller is run.
+tell_of() {
+    setup_name=setup
+    setup_options=(/S)
+    own_files=(uninstall.exe)
+    uninstall_status=$restart_needed
+    case $1 in
+        nsis) uninstaller=own_uninstaller_in_place ;;
+        c) uninstaller=uninstaller_in_c ;;
+        inno)
+            setup_name=inno-setup
+            setup_options=(/VERYSILENT /SUPPRESSMSGBOXES /NORESTART /RESTARTEXITCODE=3010)
+            own_files=(TARVO.dll unins000.dat unins000.exe)
+            uninstaller=inno_uninstaller
+            uninstall_status=0 # Inno Setup's uninstallers have no code for a restart
+            ;;
+        *) die "demo.sh nsis|inno|c" ;;
+    esac
+}
+
+# NSIS, told the folder with _?=, works in place and is in use itself. What
+# follows must not be quoted, blanks or not.
+own_uninstaller_in_place() {
+    local in_place
+    read -ra in_place <<<"_?=$folder_in_windows"
+    run_setup "$uninstall_status" "$folder/uninstall.exe" "${in_place[@]}"
+    still_in_use=(lantern.exe uninstall.exe)
+}
+
+uninstaller_in_c() {
+    run_setup "$uninstall_status" "$root/build/release/uninstall.exe"
+    still_in_use=(lantern.exe)
+}
+
+inno_uninstaller() {
+    run_setup "$uninstall_status" "$folder/unins000.exe"
+    still_in_use=(lantern.exe)
+}
+
 # ---- The story --------------------------------------------------------------
 
 look_at_new_machine() {
@@ -52,7 +97,7 @@ look_at_new_machine() {
 
 install_version_1() {
     step "Version 1 is installed"
-    run_setup 0 "$built/setup-1.exe"
+    run_setup 0 "$built/$setup_name-1.exe"
     check "program, library and data are there" installed_is lantern-1.exe keeper-1.exe wick.dll words-1.txt
     check "the data file is read-only" is_read_only "$folder/data/words.txt"
     check "settings in the 32-bit view: version 1" is 0x1 "$(registry 32 "$product_key" Version)"
@@ -81,7 +126,7 @@ leave_program_running() {
 
 install_version_2() {
     step "Version 2 is installed over it"
-    run_setup "$restart_needed" "$built/setup-2.exe"
+    run_setup "$restart_needed" "$built/$setup_name-2.exe"
     check "TARVO_CopyFileEx reported: program in use, restart needed" \
         reported "in use, comes at the restart: $folder_in_windows\\lantern.exe"
     check "TARVO_DeleteFileEx reported: old library in use, restart needed" \
@@ -105,7 +150,7 @@ restart_into_version_2() {
     restart
     check "the pending list is used up" is "" "$(pending)"
     check "the new program is in place, nothing beside it" \
-        is "data keeper.exe lantern.exe uninstall.exe words.txt" "$(names_below "$folder")"
+        is "$(sorted data keeper.exe lantern.exe words.txt "${own_files[@]}")" "$(names_below "$folder")"
     check "the old library is gone, program and data are those of version 2" installed_is lantern-2.exe keeper-2.exe words-2.txt
     check "the service was started with the machine" is "Lantern Keeper 2" "$(running_keeper)"
     start_program
@@ -113,14 +158,11 @@ restart_into_version_2() {
 }
 
 uninstall() {
-    step "It is uninstalled while running; the uninstaller is in use itself"
+    step "It is uninstalled while running"
     cp "$uninstall_log" "$work/uninstall-log.txt"
-    # What follows _?= must not be quoted, blanks or not.
-    local in_place
-    read -ra in_place <<<"_?=$folder_in_windows"
-    run_setup "$restart_needed" "$folder/uninstall.exe" "${in_place[@]}"
+    "$uninstaller"
     check "TARVO_GetCustomUnInstallString gave back what setup 2 had set" reported "the log says: version 2"
-    check "files that were not in use are gone" is "lantern.exe uninstall.exe" "$(names_below "$folder")"
+    check "files that were not in use are gone" is "$(sorted "${still_in_use[@]}")" "$(names_below "$folder")"
     check "the service is gone" is "" "$(running_keeper)$(registry 32 "$services_key\\LanternKeeper" ImagePath)"
     check "the shortcut and its group are gone" not test -e "$(dirname "$shortcut")"
     check "the event source is gone" not has_key 32 "$event_log_key\\Lantern"
@@ -131,10 +173,11 @@ uninstall() {
     check "the uninstall log is gone" not test -e "$uninstall_log"
     tell "pending at the Session Manager:"
     pending | indent
-    check "the running program is to be deleted" \
-        has_line "\\??\\$folder_in_windows\\lantern.exe -> (deleted)" "$(pending)"
-    check "the uninstaller is to be deleted" \
-        has_line "\\??\\$folder_in_windows\\uninstall.exe -> (deleted)" "$(pending)"
+    local name
+    for name in "${still_in_use[@]}"; do
+        check "what is in use is to be deleted: $name" \
+            has_line "\\??\\$folder_in_windows\\$name -> (deleted)" "$(pending)"
+    done
     check "their folder is to be deleted" has_line "\\??\\$folder_in_windows -> (deleted)" "$(pending)"
 }
 
@@ -162,13 +205,13 @@ windows() {
     "$root/tools/dev/wine-run.sh" "$@" 2>>"$noise"
 }
 
-# run_setup EXIT-STATUS PROGRAM [ARGUMENT...]: silently, then tells its report.
+# run_setup EXIT-STATUS PROGRAM [ARGUMENT...]: silently, then tells what it did.
 run_setup() {
     local expected=$1 program=$2 status=0
     shift 2
     rm -f "$work/report.txt"
     LANTERN_LOG=$(in_windows "$work/setup.log") LANTERN_REPORT=$(in_windows "$work/report.txt") \
-        windows "$program" /S "$@" >>"$noise" || status=$?
+        windows "$program" "${setup_options[@]}" "$@" >>"$noise" || status=$?
     [[ ! -f $work/report.txt ]] || tr -d '\r' <"$work/report.txt" | indent
     case $expected in
         0) check "it ended with 0" is 0 "$status" ;;
@@ -196,10 +239,6 @@ restart() {
 }
 
 # ---- What the machine is asked, by doors of its own -------------------------
-
-in_windows() {
-    echo "Z:${1//\//\\}"
-}
 
 # Its pending operations, one a line: source -> target.
 pending() {
@@ -250,7 +289,13 @@ snapshot() {
 }
 
 names_below() {
-    find "$1" -mindepth 1 -printf '%f\n' | LC_ALL=C sort | paste -sd ' '
+    local names
+    mapfile -t names < <(find "$1" -mindepth 1 -printf '%f\n')
+    sorted "${names[@]}"
+}
+
+sorted() {
+    printf '%s\n' "$@" | LC_ALL=C sort | paste -sd ' '
 }
 
 # installed_is FILE...: what was installed is the same, byte for byte.

@@ -9,10 +9,16 @@ readonly build_tools=(
     i686-w64-mingw32-g++-posix:g++-mingw-w64-i686-posix
     /usr/src/googletest/CMakeLists.txt:googletest
     makensis:nsis
+    clang:clang
+    lld-link:lld
+    python3:python3
     Xvfb:xvfb
 )
 readonly demo_tools=(
     lnkinfo:liblnk-utils
+)
+readonly inno_tools=(
+    npm:npm
 )
 readonly picture_tools=(
     import:imagemagick

@@ -1,5 +1,5 @@
-; Calling TARVO.DLL from NSIS. The library lies in $PLUGINSDIR; its texts are
-; ANSI ("m"), its exports C functions ("? c"). The macros use $0 to $3.
+; What setup and uninstaller of Lantern share. $0 has the result of each call,
+; $1 what it hands out.
 
 Var report
 Var restart
@@ -8,8 +8,7 @@ Var restart
 ; LANTERN_LOG names takes the library's trace, LANTERN_REPORT what was done, in
 ; short. Variables, since a command line with blanks arrives quoted in many ways.
 !macro StartTarvo
-  InitPluginsDir
-  File "/oname=$PLUGINSDIR\TARVO.dll" "${LIBRARY}"
+  !insertmacro TARVO_Load "${LIBRARY}"
   StrCpy $restart 0
   ReadEnvStr $1 LANTERN_REPORT
   ${If} $1 != ""
@@ -17,14 +16,13 @@ Var restart
   ${EndIf}
   ReadEnvStr $1 LANTERN_LOG
   ${If} $1 != ""
-    System::Call "$PLUGINSDIR\TARVO.dll::TARVO_StartDebugLoggingRunTime(m r1, i 0) ? c"
+    ${TARVO_StartDebugLoggingRunTime} $1 0
   ${EndIf}
 !macroend
 
 ; Unloads the library, so that $PLUGINSDIR can go, and ends with code.
 !macro EndTarvo CODE
-  System::Call "$PLUGINSDIR\TARVO.dll::TARVO_GetTarvoDllInstance() p .r0 ? c"
-  System::Call "kernel32::FreeLibrary(p r0)"
+  !insertmacro TARVO_Unload
   ${If} $report != ""
     FileClose $report
   ${EndIf}
@@ -40,20 +38,20 @@ Var restart
 !macroend
 !define Say "!insertmacro Say"
 
-; Calls an export that gives a result code. A failure ends the run with 1.
-!macro Tarvo NAME PARAMETERS
-  System::Call "$PLUGINSDIR\TARVO.dll::${NAME}(${PARAMETERS}) i .r0 ? c"
+; Ends the run with 1 if the call before has failed.
+!macro Check WHAT
   ${If} $0 <> 0
-    System::Call "$PLUGINSDIR\TARVO.dll::TARVO_GetLastErrorMessage(m .r1, i ${NSIS_MAX_STRLEN}) ? c"
-    ${Say} "${NAME} failed with $0: $1"
+    ${TARVO_LastError} $1
+    ${Say} "${WHAT} failed with $0: $1"
     !insertmacro EndTarvo 1
   ${EndIf}
 !macroend
-!define Tarvo "!insertmacro Tarvo"
+!define Check "!insertmacro Check"
 
 ; Copies a file, over one in use too.
 !macro Install SOURCE TARGET
-  ${Tarvo} TARVO_CopyFileEx "m '${SOURCE}', m '${TARGET}', i 0, *i .r1"
+  ${TARVO_CopyFileEx} $0 "${SOURCE}" "${TARGET}" 0 $1
+  ${Check} "copying ${TARGET}"
   ${If} $1 = 0
     ${Say} "copied ${TARGET}"
   ${Else}
@@ -65,7 +63,8 @@ Var restart
 
 ; Deletes a file, one in use too.
 !macro Remove TARGET
-  ${Tarvo} TARVO_DeleteFileEx "m '${TARGET}', *i .r1"
+  ${TARVO_DeleteFileEx} $0 "${TARGET}" $1
+  ${Check} "deleting ${TARGET}"
   ${If} $1 = 0
     ${Say} "deleted ${TARGET}"
   ${Else}
@@ -74,3 +73,10 @@ Var restart
   ${EndIf}
 !macroend
 !define Remove "!insertmacro Remove"
+
+; Sets a registry value, in the view of 32-bit programs.
+!macro Set LOCATOR TYPE
+  ${TARVO_CreateRegistryEntry} $0 "${LOCATOR}" ${TYPE} 0
+  ${Check} "setting ${LOCATOR}"
+!macroend
+!define Set "!insertmacro Set"
