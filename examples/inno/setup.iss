@@ -153,7 +153,7 @@ var
   InstalledVersion, Pending: AnsiString;
 begin
   Check(TARVO_OpenRollBackLog(UninstallLog), 'opening the uninstall log');
-  SetLength(InstalledVersion, 64);
+  SetLength(InstalledVersion, 1024);
   Check(TARVO_GetCustomUnInstallString('Version', InstalledVersion, Length(InstalledVersion)), 'reading the version');
   Say('the log says: version ' + String(TARVO_TextIn(InstalledVersion)));
   Replay(TARVO_UNINSTALL_SERVICES, 'services');
@@ -165,7 +165,7 @@ begin
   RemoveFile(UninstallLog);
 
   // The steps tell of no restart; what the next one will delete does.
-  SetLength(Pending, MAX_PATH);
+  SetLength(Pending, 1024);
   if TARVO_FindSourceInPFOs(InApp('lantern.exe'), Pending, Length(Pending)) = 0 then begin
     RestartNeeded := True;
     Say('the rest goes at the restart: ' + InApp(''));

@@ -82,6 +82,12 @@ uninstaller_in_c() {
 
 inno_uninstaller() {
     run_setup "$uninstall_status" "$folder/unins000.exe"
+    # A second process of it deletes the file of the first, a moment later.
+    local tries
+    for ((tries = 0; tries < 60; tries++)); do
+        [[ -e $folder/unins000.exe ]] || break
+        sleep 0.5
+    done
     still_in_use=(lantern.exe)
 }
 
