@@ -26,7 +26,8 @@ logs = []  # of the command line
 
 def start_browser():
     options = webdriver.ChromeOptions()
-    for argument in ('--headless=new', '--no-sandbox', '--disable-dev-shm-usage', '--hide-scrollbars=false'):
+    options.binary_location = '/usr/lib/chromium/chromium'  # its launcher wants files in /etc
+    for argument in ('--headless=new', '--no-sandbox', '--disable-dev-shm-usage'):
         options.add_argument(argument)
     options.set_capability('goog:loggingPrefs', {'browser': 'ALL'})
     return webdriver.Chrome(service=Service('/usr/bin/chromedriver'), options=options)
