@@ -180,6 +180,7 @@ class ViewerTest(unittest.TestCase):
         self.assertEqual([self.page.part(line, part) for line, part in
                           ((4, '.time'), (4, '.thread'), (16, '.time'), (16, '.thread'), (27, '.time'))],
                          ['03:57:56', '', '', '1A4', ''])
+        self.assertEqual(self.page.part(27, '.block'), '{ TARVO_CopyFileEx')
         self.page.find('[data-line="12"] .fold').click()
         self.assertNotIn(16, self.page.lines())
         self.assertIn(24, self.page.lines())
@@ -191,11 +192,12 @@ class ViewerTest(unittest.TestCase):
         self.assertEqual(self.page.counts(), (4, 2))
 
     def test_a_message_of_several_lines_is_no_block(self):
-        self.page.open(f'1\t{DATE}{{ A\r\n1\t{DATE}   Value=[one\r\n{{ two\r\n}} A\r\nADD\t3\tthree]\r\n1\t{DATE}}} A\r\n')
+        self.page.open(f'1\t{DATE}{{ A\r\n1\t{DATE}   Value=[one\r\n{{ two\r\n}} A\r\nADD\t3\tthree\r\n'
+                       f'Function A error: [1] (four)]\r\n1\t{DATE}}} A\r\n')
         self.page.do('unfold-all')
         self.assertEqual(self.page.counts(), (0, 0))
-        self.assertEqual([self.page.chips(line) for line in range(1, 7)], [[]] * 6)
-        self.assertEqual(self.page.part(5, '.text'), 'ADD\t3\tthree]')
+        self.assertEqual([self.page.chips(line) for line in range(1, 8)], [[]] * 7)
+        self.assertEqual(self.page.part(5, '.text'), 'ADD\t3\tthree')
 
     def test_lines_glued_to_cut_ones_come_apart(self):
         title = 'IsPathExist(C:\\' + 'x' * 240
@@ -244,6 +246,8 @@ class ViewerTest(unittest.TestCase):
         self.assertIn('ends inside a call', self.page.chips(1))
         self.assertNotIn('ends inside a call', self.page.chips(4))
         self.assertEqual((self.page.chips(3), self.page.chips(6)), (['never closed'], []))
+        self.page.open(f'0\t\r\n{BANNER}1\t{{ A\r\n1\t}} stray\r\n')
+        self.assertIn('ends inside a call', self.page.chips(1))
 
     def test_steps_through_errors_and_warnings(self):
         self.page.open(log_of('%d\t', (('1', '{ B'), ('1', '} B')) + 2 * CALL))
@@ -282,8 +286,9 @@ class ViewerTest(unittest.TestCase):
         self.assertEqual(self.page.lines(), [4, 5, 6])
         self.page.find('[data-name=TARVO_CopyFileEx]').click()
         self.assertEqual(self.page.lines(), list(range(1, 9)))
-        self.page.find('#failed-only').click()
         self.page.find('[data-name=All]').click()
+        self.assertEqual(self.page.text('status'), '1 call shown', 'one inside another is not shown twice')
+        self.page.find('#failed-only').click()
         self.assertEqual(self.page.lines(), list(range(1, 15)))
 
     def test_tells_the_time_of_a_block(self):
@@ -315,7 +320,8 @@ class ViewerTest(unittest.TestCase):
 
     def test_a_log_is_text_and_nothing_else(self):
         bait = '<img src=x onerror="document.title=1"><script>document.title=2</script>&amp;'
-        self.page.open(log_of('%d\t', (('1', f'{{ TARVO_{bait}'), ('1', f'   {bait}'), ('3', bait), ('1', f'}} TARVO_{bait}'))))
+        self.page.open(log_of('%d\t', (('1', f'{{ TARVO_{bait}'), ('1', f'   {bait}'), ('3', bait),
+                                       ('1', f'}} TARVO_{bait}'))))
         self.page.do('unfold-all')
         self.page.press('n')
         self.assertEqual(self.page.part(2, '.text'), bait)
@@ -361,8 +367,8 @@ class ViewerTest(unittest.TestCase):
         self.assertEqual((self.page.current(), self.page.lines()[0]), (1, 1))
 
     def test_scrolls_beyond_the_height_of_an_element(self):
-        lines = 450_000
-        self.page.open(b'1\tx\r\n' * lines)
+        lines = 1_500_000
+        self.page.open(b'x\n' * lines)
         self.page.run("document.getElementById('lines').scrollTop = 1e9")
         WebDriverWait(self.page.browser, 5).until(lambda _: self.page.lines()[-1] == lines)
         self.page.run("document.getElementById('lines').scrollTop = 0")
@@ -370,8 +376,17 @@ class ViewerTest(unittest.TestCase):
         for key, line in ((Keys.END, lines), (Keys.ARROW_UP, lines - 1), (Keys.HOME, 1), (Keys.ARROW_DOWN, 2)):
             self.page.press(key)
             self.assertEqual(self.page.current(), line)
-        self.page.run("document.getElementById('lines').dispatchEvent(new WheelEvent('wheel', {deltaY: 100, cancelable: true}))")
-        self.assertEqual(self.page.lines()[0], 6, 'the wheel moves by lines, not by screens')
+        self.page.browser.execute_async_script('''
+            const done = arguments[0], view = document.getElementById('lines');
+            const turn = left => {
+                if (left === 0)
+                    return done();
+                view.dispatchEvent(new WheelEvent('wheel', {deltaY: 5, cancelable: true}));
+                requestAnimationFrame(() => requestAnimationFrame(() => turn(left - 1)));
+            };
+            turn(20);
+        ''')
+        self.assertEqual(self.page.lines()[0], 6, 'the wheel moves by its own pixels, small steps included')
 
     def test_fits_a_narrow_window(self):
         self.page.set_size(900, 700)
