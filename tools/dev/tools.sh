@@ -23,6 +23,10 @@ readonly inno_tools=(
 readonly picture_tools=(
     import:imagemagick
 )
+readonly viewer_tools=(
+    chromedriver:chromium-driver
+    /usr/lib/python3/dist-packages/selenium/__init__.py:python3-selenium
+)
 readonly lint_tools=(
     clang-format:clang-format
     run-clang-tidy:clang-tidy
