@@ -50,7 +50,7 @@ def check_nsis(page, line, code, _):
     with tempfile.TemporaryDirectory() as folder:
         for unpacked in re.findall(r'^\s*(?:File|!insertmacro TARVO_Load)\b.*?"([^"/]+)"\s*$', code, re.M):
             Path(folder, unpacked).touch()
-        command = ["makensis", "-V2", "-WX", "-INPUTCHARSET", "UTF8", f"-X!addincludedir {INCLUDE}", "-"]
+        command = ["makensis", "-V2", "-WX", "-INPUTCHARSET", "UTF8", f'-X!addincludedir "{INCLUDE}"', "-"]
         done = subprocess.run(command, input=head + body, capture_output=True, text=True, cwd=folder)
     if done.returncode:
         fault(page, line, f"does not compile\n{(done.stdout + done.stderr).rstrip()}")

@@ -17,6 +17,10 @@ readonly demo_tools=(
 readonly picture_tools=(
     import:imagemagick
 )
+readonly docs_tools=(
+    doxygen:doxygen
+    python3:python3
+)
 readonly lint_tools=(
     clang-format:clang-format
     run-clang-tidy:clang-tidy
