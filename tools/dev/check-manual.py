@@ -3,12 +3,10 @@
 
 check-manual.py [PAGE...]    from anywhere; without pages all of docs/manual
 
-- `nsis` blocks compile with makensis: the contents of a section unless they have a Section of their own. What they
-  unpack with File or TARVO_Load stands there as an empty file.
-- `c` and `cpp` blocks compile with MinGW-w64, warnings as errors: a function's body unless they #include something.
+- `nsis` blocks compile with makensis: the contents of a section unless they have one. What they unpack is empty.
+- `c` blocks compile with MinGW-w64, warnings as errors: a function's body unless they #include something.
 - `pascal` blocks call what tarvo.iss declares, with as many arguments, and hand variables to `var` parameters.
-- Each name TARVO_... is one of the library's or of its include files, each link between pages leads somewhere, and
-  each export stands on some page.
+- Each name TARVO_... is in the include files, each link between pages leads somewhere, each export is on a page.
 Prints PAGE:LINE: WHAT for each fault; exits with 1 if there are any.
 """
 import re
@@ -20,11 +18,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 MANUAL = ROOT / "docs/manual"
 INCLUDE = ROOT / "include"
-WARNINGS = ["-Wall", "-Wextra", "-Werror", f"-I{INCLUDE}", "-c", "-o", "/dev/null", "-"]
-COMPILERS = {
-    "c": ["i686-w64-mingw32-gcc-posix", "-xc", "-std=c99", *WARNINGS],
-    "cpp": ["i686-w64-mingw32-g++-posix", "-xc++", "-std=c++17", *WARNINGS],
-}
+GCC = [*"i686-w64-mingw32-gcc-posix -xc -std=c99 -Wall -Wextra -Werror -c - -o /dev/null".split(), f"-I{INCLUDE}"]
 C_HEAD = "#include <tarvo/tarvo.h>\n#include <stdio.h>\nvoid example(void);\nvoid example(void)\n{\n"
 NSIS_HEAD = {"Unicode ": "Unicode true\n", "Name ": 'Name "Example"\n', "OutFile ": 'OutFile "lantern-setup.exe"\n',
              "LogicLib.nsh": "!include LogicLib.nsh\n", "tarvo.nsh": "!include tarvo.nsh\n"}
@@ -36,65 +30,58 @@ def fault(page, line, what):
     faults.append(f"{page.relative_to(ROOT)}:{line}: {what}")
 
 
-def check_c(page, line, code, language):
-    whole = "#include" in code
-    source = f'{"" if whole else C_HEAD}#line {line} "{page.relative_to(ROOT)}"\n{code}{"" if whole else "}"}\n'
-    done = subprocess.run(COMPILERS[language], input=source, capture_output=True, text=True)
+def check_c(page, line, code):
+    head, tail = ("", "") if "#include" in code else (C_HEAD, "}\n")
+    source = f'{head}#line {line} "{page.relative_to(ROOT)}"\n{code}{tail}'
+    done = subprocess.run(GCC, input=source, capture_output=True, text=True)
     if done.returncode:
         fault(page, line, f"does not compile\n{done.stderr.rstrip()}")
 
 
-def check_nsis(page, line, code, _):
+def check_nsis(page, line, code):
     head = "".join(text for sign, text in NSIS_HEAD.items() if not re.search(rf"^\s*(!include )?{sign}", code, re.M))
-    body = code if re.search(r"^Section\b", code, re.M) else f"Section\n{code}SectionEnd\n"
+    begin, tail = ("", "") if re.search(r"^Section\b", code, re.M) else ("Section\n", "SectionEnd\n")
     with tempfile.TemporaryDirectory() as folder:
         for unpacked in re.findall(r'^\s*(?:File|!insertmacro TARVO_Load)\b.*?"([^"/]+)"\s*$', code, re.M):
             Path(folder, unpacked).touch()
         command = ["makensis", "-V2", "-WX", "-INPUTCHARSET", "UTF8", f'-X!addincludedir "{INCLUDE}"', "-"]
-        done = subprocess.run(command, input=head + body, capture_output=True, text=True, cwd=folder)
+        done = subprocess.run(command, input=head + begin + code + tail, capture_output=True, text=True, cwd=folder)
     if done.returncode:
-        fault(page, line, f"does not compile\n{(done.stdout + done.stderr).rstrip()}")
+        offset = line - 1 - (head + begin).count("\n")
+        said = re.sub(r"on line (\d+)", lambda at: f"on line {offset + int(at[1])}", done.stdout + done.stderr)
+        fault(page, line, f"does not compile\n{said.rstrip()}")
 
 
 def declared_in_iss():
-    """Name -> for each parameter whether it is a var parameter."""
-    routines = {}
+    """Name -> for each parameter whether it is a var parameter; constants have none."""
     text = re.sub(r"//[^\n]*", "", (INCLUDE / "tarvo.iss").read_text())
+    declared = dict.fromkeys(re.findall(r"^\s*(TARVO_\w+) =", text, re.M), [])
     for name, parameters in re.findall(r"(?:function|procedure) (TARVO_\w+)(?:\(([^)]*)\))?\s*[;:]", text):
         groups = [group.split(":")[0].strip() for group in parameters.split(";") if group.strip()]
-        routines[name] = [group.startswith("var ") for group in groups for _ in group.split(",")]
-    return routines, set(re.findall(r"^\s*(TARVO_\w+) =", text, re.M))
+        declared[name] = [group.startswith("var ") for group in groups for _ in group.split(",")]
+    return declared
 
 
 def arguments_at(code, at):
-    """The arguments in the parentheses that begin at a place, if any do."""
-    if code[at : at + 1] != "(":
-        return []
-    arguments, depth = [""], 0
-    for character in code[at:]:
-        depth += (character in "([") - (character in ")]")
-        if depth == 0:
-            return [argument.strip("( \n") for argument in arguments] if "".join(arguments).strip("( \n") else []
-        if character == "," and depth == 1:
-            arguments.append("")
-        else:
-            arguments[-1] += character
-    return []
+    """The arguments in the parentheses that begin at a place; without parentheses none."""
+    left, text = None, code[at + 1 :] if code[at : at + 1] == "(" else ")"
+    while left != text:  # what stands in inner parentheses or brackets does not count
+        left, text = text, re.sub(r"\([^()]*\)|\[[^][]*\]", "+", text)
+    given = text[: text.index(")")].strip()
+    return [argument.strip() for argument in given.split(",")] if given else []
 
 
-def check_pascal(page, line, code, _):
-    routines, constants = declared_in_iss()
+def check_pascal(page, line, code):
+    declared = declared_in_iss()
     code = PASCAL_TRIVIA.sub(lambda found: "''" + "\n" * found[0].count("\n"), code)
     for found in re.finditer(r"\bTARVO_\w+", code):
         name, at = found[0], line + code.count("\n", 0, found.start())
         given = arguments_at(code, found.end())
-        if name in constants:
-            continue
-        if name not in routines:
+        if name not in declared:
             fault(page, at, f"{name} is not in tarvo.iss")
-        elif len(given) != len(routines[name]):
-            fault(page, at, f"{name} takes {len(routines[name])} arguments, not {len(given)}")
-        elif any(var and not re.fullmatch(r"\w+", text) for var, text in zip(routines[name], given)):
+        elif len(given) != len(declared[name]):
+            fault(page, at, f"{name} takes {len(declared[name])} arguments, not {len(given)}")
+        elif any(var and not re.fullmatch(r"[A-Za-z]\w*", text) for var, text in zip(declared[name], given)):
             fault(page, at, f"{name} wants a variable")
 
 
@@ -111,7 +98,7 @@ def main():
     exports = set(re.findall(r"^\s+\"?_?(TARVO_\w+)", (ROOT / "src/tarvo.def").read_text(), re.M))
     known = {name for file in INCLUDE.rglob("tarvo.*") for name in re.findall(r"\bTARVO_\w+", file.read_text())}
     pages = [Path(page).resolve() for page in sys.argv[1:]] or sorted(MANUAL.glob("*.md"))
-    checks = {"nsis": check_nsis, "pascal": check_pascal, "c": check_c, "cpp": check_c}
+    checks = {"nsis": check_nsis, "pascal": check_pascal, "c": check_c}
     counts = dict.fromkeys(checks, 0)
     for page in pages:
         text = page.read_text()
@@ -119,11 +106,12 @@ def main():
         for block in re.finditer(r"^```(\w+)\n(.*?)^```$", text, re.M | re.S):
             if block[1] in checks:
                 counts[block[1]] += 1
-                checks[block[1]](page, text.count("\n", 0, block.start(2)) + 1, block[2], block[1])
+                checks[block[1]](page, text.count("\n", 0, block.start(2)) + 1, block[2])
         exports -= set(re.findall(r"\bTARVO_\w+", text))
     if len(sys.argv) == 1:
         faults.extend(f"docs/manual: no page tells about {name}" for name in sorted(exports))
-    print(*faults or [f"{len(pages)} pages: " + ", ".join(f"{count} {kind}" for kind, count in counts.items())], sep="\n")
+    examples = ", ".join(f"{count} {kind}" for kind, count in counts.items())
+    print(*faults or [f"{len(pages)} pages, examples: {examples}"], sep="\n")
     return 1 if faults else 0
 
 
