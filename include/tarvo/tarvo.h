@@ -23,11 +23,18 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup codes Result codes of the library's own
+ * @{
+ */
+
 /** The shell, an outside program or a dialog failed, or there was no memory for an account function. */
 #define TARVO_ERROR_FAILED 0xFFFFFFFFUL
 
 /** The uninstall log is not open, or recording is off. */
 #define TARVO_ERROR_NO_LOG 0xFFFFFFFEUL
+
+/** @} */
 
 /**
  * @defgroup frame Frame: trace log, result texts, the library itself
@@ -196,7 +203,8 @@ void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
  * @param locator  main key name \ subkey \\ value name | data: "HKEY_LOCAL_MACHINE\Software\X\\Name|data". The value
  *                 name may be empty; names lie within the first 2047 bytes. REG_MULTI_SZ data is a list of
  *                 terminated texts, ended by an empty one.
- * @param type     REG_SZ, REG_EXPAND_SZ, REG_DWORD (decimal text), REG_MULTI_SZ, or REG_NONE for the key alone.
+ * @param type     REG_SZ, REG_EXPAND_SZ, REG_DWORD (decimal text), REG_MULTI_SZ, or REG_NONE for the key alone;
+ *                 a line for the value is recorded all the same.
  * @param flush    Without effect.
  * @return 0; ERROR_INVALID_PARAMETER, also for a malformed locator or another type; or the registry's code, levels
  *         created so far stay.
@@ -258,7 +266,7 @@ DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
 
 /**
  * Begins recording into an INI file, which need not exist; a read-only one is made writable.
- * @param file    At most 259 characters are kept.
+ * @param file    Full path; its folder must exist. At most 259 characters are kept.
  * @param plugIn  Only traced; may be NULL.
  * @return 0, or the code of clearing the read-only attribute.
  */
@@ -289,12 +297,12 @@ DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char* name, _In_z_ con
  */
 
 /** What TARVO_PerformUnInstall removes. */
-#define TARVO_UNINSTALL_REGISTRY 200        /* values, and keys that have become empty */
-#define TARVO_UNINSTALL_FILES 201           /* files and empty directories; locked ones at the next restart */
-#define TARVO_UNINSTALL_SERVICES 202        /* services, stopped first */
-#define TARVO_UNINSTALL_SHORTCUTS 203       /* as files */
-#define TARVO_UNINSTALL_EVENTS 204          /* nothing is recorded of these */
-#define TARVO_UNINSTALL_SHELL_EXTENSION 205 /* nothing is recorded of these */
+#define TARVO_UNINSTALL_REGISTRY 200        /**< values, and keys that have become empty */
+#define TARVO_UNINSTALL_FILES 201           /**< files and emptied folders; locked ones at the next restart */
+#define TARVO_UNINSTALL_SERVICES 202        /**< services, stopped first */
+#define TARVO_UNINSTALL_SHORTCUTS 203       /**< as files */
+#define TARVO_UNINSTALL_EVENTS 204          /**< nothing is recorded of these */
+#define TARVO_UNINSTALL_SHELL_EXTENSION 205 /**< nothing is recorded of these */
 
 /** Names the log to replay. @return 0; ERROR_FILE_NOT_FOUND */
 DWORD __cdecl TARVO_OpenRollBackLog(_In_z_ const char* file);
@@ -325,6 +333,7 @@ DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char* name, _Out_write
  * machine is NULL for the local machine. All but TARVO_HaveInstallServiceRights connect with SC_MANAGER_ALL_ACCESS and
  * need an administrator: each returns the code of connecting, and one that opens a service that of opening it, such
  * as ERROR_SERVICE_DOES_NOT_EXIST (1060). No handle is kept beyond a call.
+ * Recorded is the name alone: an uninstall looks for the service on its own machine.
  * @{
  */
 
@@ -620,10 +629,10 @@ DWORD __cdecl TARVO_DlgSetPermissions(void);
 #define TARVO_PLATFORM_NT35 106
 #define TARVO_PLATFORM_NT351 107
 #define TARVO_PLATFORM_NT4 108
-#define TARVO_PLATFORM_NT50 109 /* Windows 2000 */
+#define TARVO_PLATFORM_NT50 109 /**< Windows 2000 */
 #define TARVO_PLATFORM_WINME 110
-#define TARVO_PLATFORM_NT51 111 /* Windows XP */
-#define TARVO_PLATFORM_NT52 112 /* Windows Server 2003 and other 5.x */
+#define TARVO_PLATFORM_NT51 111 /**< Windows XP */
+#define TARVO_PLATFORM_NT52 112 /**< Windows Server 2003 and other 5.x */
 #define TARVO_PLATFORM_NT60_WORKSTATION 113
 #define TARVO_PLATFORM_NT60_SERVER 114
 #define TARVO_PLATFORM_NT61_WORKSTATION 115
@@ -641,11 +650,11 @@ DWORD __cdecl TARVO_DlgSetPermissions(void);
 DWORD __cdecl TARVO_GetPlatform(void);
 
 /** What TARVO_GetPlatformEx answers. */
-#define TARVO_ASK_PLATFORM 150      /* integer: as TARVO_GetPlatform */
-#define TARVO_ASK_IS_NT 151         /* bool: of the NT family */
-#define TARVO_ASK_IS_WINDOWS_9X 152 /* bool: of the Windows 95 family */
-#define TARVO_ASK_IS_SERVER 153     /* bool: an NT server or domain controller (NetServerGetInfo) */
-#define TARVO_ASK_SERVICE_PACK 156  /* integer: number of the service pack, 0 for none */
+#define TARVO_ASK_PLATFORM 150      /**< integer: as TARVO_GetPlatform */
+#define TARVO_ASK_IS_NT 151         /**< bool: of the NT family */
+#define TARVO_ASK_IS_WINDOWS_9X 152 /**< bool: of the Windows 95 family */
+#define TARVO_ASK_IS_SERVER 153     /**< bool: an NT server or domain controller (NetServerGetInfo) */
+#define TARVO_ASK_SERVICE_PACK 156  /**< integer: number of the service pack, 0 for none */
 
 /**
  * Answers one question about the platform.
@@ -674,7 +683,7 @@ DWORD __cdecl TARVO_GetAmountOfRAM(void);
  * Starts a program or opens a document (ShellExecute), without waiting.
  * @param commandLine  A path, or a path in double quotes and arguments.
  * @return 0; ERROR_FILENAME_EXCED_RANGE, a quoted path of more than 259 characters; or ShellExecute's value, 32 or
- * less.
+ *         less: 0 too, if the shell had no memory.
  */
 DWORD __cdecl TARVO_ShellExecute(_In_z_ const char* commandLine);
 
@@ -747,8 +756,8 @@ DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const ch
 /** Removes the please-wait window. @return 0, also if there is none */
 DWORD __cdecl TARVO_HideProgressDialog(void);
 
-#define TARVO_REBOOT_NORMAL 1 /* applications may refuse */
-#define TARVO_REBOOT_FORCED 2 /* applications are closed, unsaved data is lost */
+#define TARVO_REBOOT_NORMAL 1 /**< applications may refuse */
+#define TARVO_REBOOT_FORCED 2 /**< applications are closed, unsaved data is lost */
 
 /**
  * Restarts the machine at once (InitiateSystemShutdown); returns as soon as that is on its way.

@@ -27,6 +27,9 @@ readonly viewer_tools=(
     chromedriver:chromium-driver
     /usr/lib/python3/dist-packages/selenium/__init__.py:python3-selenium
 )
+readonly docs_tools=(
+    doxygen:doxygen
+)
 readonly lint_tools=(
     clang-format:clang-format
     run-clang-tidy:clang-tidy
