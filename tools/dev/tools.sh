@@ -30,6 +30,9 @@ readonly viewer_tools=(
 readonly docs_tools=(
     doxygen:doxygen
 )
+readonly package_tools=(
+    zip:zip
+)
 readonly lint_tools=(
     clang-format:clang-format
     run-clang-tidy:clang-tidy
