@@ -46,8 +46,8 @@ class Clients(unittest.TestCase):
     def test_cmake_project_builds_with_gcc(self):
         build = self.folder / "build"
         self.run_in("cmake", "-G", "Ninja", "-S", CHECKOUT / "tests/package/client", "-B", build,
-                    f"-DCMAKE_TOOLCHAIN_FILE={CHECKOUT / 'cmake/mingw-i686.toolchain.cmake'}",
-                    f"-DCMAKE_PREFIX_PATH={self.package}", "-DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH",
+                    "-DCMAKE_SYSTEM_NAME=Windows", "-DCMAKE_C_COMPILER=i686-w64-mingw32-gcc-posix",
+                    "-DCMAKE_CXX_COMPILER=i686-w64-mingw32-g++-posix", f"-DCMAKE_PREFIX_PATH={self.package}",
                     f"-DCLIENT={self.client}")
         self.run_in("cmake", "--build", build)
         self.expect_runs(build / "client_c.exe")
