@@ -11,7 +11,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 source "$root/tools/dev/common.sh"
 built=$root/build/release/examples
 package=$root/examples/product
-work=$root/build/demo
+who=${1:-nsis}
+work=$root/build/demo/$who
 noise=$work/wine.log
 drive=$WINEPREFIX/drive_c
 
@@ -24,7 +25,8 @@ readonly family_key='HKLM\Software\Norrin Vale\Velmora'
 readonly session_manager='HKLM\System\CurrentControlSet\Control\Session Manager'
 
 main() {
-    tell_of "${1:-nsis}"
+    mkdir -p "$work"
+    tell_of "$who"
     rm -f "$work"/*.log "$work"/*.txt
     program_files='Program Files (x86)'
     [[ -d $drive/$program_files ]] || program_files='Program Files'
@@ -386,4 +388,4 @@ same() {
     cmp -s "$1" "$2"
 }
 
-main "$@"
+main

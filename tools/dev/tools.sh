@@ -55,6 +55,14 @@ need_tools() {
     fi
 }
 
+# The same for what is too large for everybody's private tree.
+need_large_tools() {
+    local packages
+    packages=$(missing_packages "$@")
+    [[ -z $packages || $EUID == 0 ]] || die "the machine's administrator has to install "$packages
+    need_tools "$@"
+}
+
 missing_packages() {
     local tool
     for tool; do

@@ -62,8 +62,8 @@ tree_packages_wine() {
 
 tree_packages_full() {
     tree_packages_wine
-    printf '%s\n' "${full_packages[@]}" "${build_tools[@]##*:}" "${demo_tools[@]##*:}" "${inno_tools[@]##*:}" \
-        "${picture_tools[@]##*:}" "${docs_tools[@]##*:}" "${package_tools[@]##*:}" "${lint_tools[@]##*:}"
+    printf '%s\n' "${full_packages[@]}" "${build_tools[@]##*:}" "${demo_tools[@]##*:}" "${picture_tools[@]##*:}" \
+        "${docs_tools[@]##*:}" "${package_tools[@]##*:}" "${lint_tools[@]##*:}"
 }
 
 # build_tree TREE PACKAGE...
