@@ -32,15 +32,18 @@ package_sources() (
     source=$1 folder=$2 epoch=$3
     say "building the package in $folder"
     export SOURCE_DATE_EPOCH=$epoch # for the linker and all that handle its output
-    cmake -G Ninja -S "$source" -B "$folder/build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
-        "-DCMAKE_TOOLCHAIN_FILE=$source/cmake/mingw-i686.toolchain.cmake" >"$folder.log" 2>&1 &&
-        cmake --build "$folder/build" --target tarvo tarvo_import_libraries >>"$folder.log" 2>&1 &&
-        cmake --install "$folder/build" --prefix "$folder/$package_name" >>"$folder.log" 2>&1 ||
-        die "the package cannot be built: $(why "$folder.log")"
+    build_package >"$folder.log" 2>&1 || die "the package cannot be built: $(why "$folder.log")"
     render_manual "$source"
     cp -r "$source/build/docs/html" "$folder/$package_name/manual"
     zip_folder "$folder" "$epoch"
 )
+
+build_package() {
+    cmake -G Ninja -S "$source" -B "$folder/build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
+        "-DCMAKE_TOOLCHAIN_FILE=$source/cmake/mingw-i686.toolchain.cmake" &&
+        cmake --build "$folder/build" --target tarvo tarvo_import_libraries &&
+        cmake --install "$folder/build" --prefix "$folder/$package_name"
+}
 
 # The names sorted, all of one date, nothing of the machine's users.
 zip_folder() {

@@ -58,8 +58,8 @@ need_tools() {
 # The same for what is too large for everybody's private tree.
 need_large_tools() {
     local packages
-    packages=$(missing_packages "$@")
-    [[ -z $packages || $EUID == 0 ]] || die "the machine's administrator has to install "$packages
+    mapfile -t packages < <(missing_packages "$@")
+    ((!${#packages[@]} || EUID == 0)) || die "the machine's administrator has to install ${packages[*]}"
     need_tools "$@"
 }
 
