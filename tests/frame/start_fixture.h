@@ -2,6 +2,7 @@
 
 #include "kit/kit.h"
 
+#include <algorithm>
 #include <cstring>
 
 /** The classic start with the Windows directory and the host program's folder moved into the scratch folder. */
@@ -18,24 +19,15 @@ protected:
         });
     }
 
-    void TearDown() override
-    {
-        program_.reset();
-        windows_.reset();
-        LibraryTest::TearDown();
-    }
-
     std::string LogPath() { return Scratch().Path("TARVO.log"); }
     std::vector<std::string> Log() { return kit::SplitLines(kit::ReadFile(LogPath())); }
     void WriteConfig(std::string_view content) { Scratch().Make("TARVO.cfg", content); }
 
-    static size_t CountBanners(const std::string& path)
+    static ptrdiff_t CountBanners(const std::string& path)
     {
-        const std::string log = kit::FileExists(path) ? kit::ReadFile(path) : "";
-        size_t count = 0;
-        for (size_t at = 0; (at = log.find("TARVO.DLL version 10.0.176\r\n", at)) != std::string::npos; ++at)
-            ++count;
-        return count;
+        const auto lines = kit::SplitLines(kit::FileExists(path) ? kit::ReadFile(path) : "");
+        return std::count_if(lines.begin(), lines.end(),
+                             [](auto& line) { return line.ends_with("TARVO.DLL version 10.0.176"); });
     }
 
 private:

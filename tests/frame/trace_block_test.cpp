@@ -1,8 +1,7 @@
-// What no export brings about: deep blocks, long titles, odd severities.
+// What no export brings about: deep blocks and long titles.
 
 #include <gtest/gtest.h>
 
-#include "frame/error_handler.h"
 #include "frame/trace.h"
 #include "kit/scratch.h"
 
@@ -24,13 +23,12 @@ protected:
 
     std::string Log() const { return kit::ReadFile(scratch_.Path(name_)); }
 
-    /** Opens a block in the other and traces in the innermost. */
-    static void TraceInBlocks(int count)
+    static void TraceInBlocks(int count, const char* text)
     {
         if (count == 0)
-            return TracePrint(kInfo, 0, "here\n");
+            return TracePrint(kInfo, 0, "%s", text);
         const TraceBlock block("b", "\n", kInfo, 1); // below the threshold that counts, see below
-        TraceInBlocks(count - 1);
+        TraceInBlocks(count - 1, text);
     }
 
 private:
@@ -41,17 +39,7 @@ private:
 TEST_F(TraceInside, LongestLineIsWrittenWhole)
 {
     SetTraceOptions(kAllSeverities, 0, true, true);
-    const std::string message(3000, 'm');
-    struct Deep {
-        static void Trace(int count, const char* text)
-        {
-            if (count == 0)
-                return TracePrint(kInfo, 0, "%s", text);
-            const TraceBlock block("b", "\n", kInfo, 1);
-            Trace(count - 1, text);
-        }
-    };
-    Deep::Trace(400, message.c_str());
+    TraceInBlocks(400, std::string(3000, 'm').c_str());
     EXPECT_TRUE(Log().ends_with("\t" + std::string(1023, ' ') + std::string(1023, 'm')));
 }
 
@@ -64,22 +52,6 @@ TEST_F(TraceInside, StreamKeeps255Characters)
     }
     const std::string title = ("F(-5,4000000000,," + text).substr(0, 255);
     EXPECT_EQ("1\t{ " + title + "1\t} " + title, Log());
-}
-
-TEST(ErrorHandler, HoldsCodeAndTextOfTheLastError)
-{
-    GetLastErrorHandler handler;
-    EXPECT_STREQ("", handler.Message());
-    SetLastError(ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, handler.SetError(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, handler.Code());
-    EXPECT_TRUE(std::string(handler.Message()).ends_with("\r\n")) << handler.Message();
-    SetLastError(0xFFFFFFFF);
-    EXPECT_EQ(7U, handler.SetError(7));
-    EXPECT_STREQ("", handler.Message());
-    EXPECT_EQ(7U, handler.Code());
-    handler.Reset();
-    EXPECT_EQ(0U, handler.Code());
 }
 
 } // namespace

@@ -92,31 +92,28 @@ TEST_F(TraceConfig, HeaderStandsOnceBeforeTheBanner)
     EXPECT_EQ(std::string::npos, log.find("ts tid", 1));
 }
 
-struct OutputCase {
-    const char* fact;
-    const char* config;
-    const char* file; // that then begins with start
-    const char* start;
-};
-
 TEST_F(TraceConfig, SwitchesTheOutput)
 {
-    const OutputCase cases[] = {
-        {"bare name is beside the program, and emptied", "tf = my.log\n", "my.log", "ts \r\n0\t"},
-        {"blanks around the name do not matter in front", "tf =    my.log\n", "my.log", "ts \r\n0\t"},
-        {"mode", "tf = my.log, a+\n", "my.log", "old\nts \r\n0\t"},
-        {"mode without a blank", "tf = my.log,a", "my.log", "old\nts \r\n0\t"},
-        {"a comma without a mode", "tf = my.log,\n", "my.log", "ts \r\n0\t"},
-        {"binary mode keeps line feeds", "tf = my.log, wb\n", "my.log", "ts \n0\t\n***"},
-        {"a mode there is none", "tf = my.log, q\n", "my.log", "old\n"},
-        {"a mode of 400 characters", nullptr, "my.log", "ts \r\n0\t"},
+    const struct {
+        const char* fact;
+        std::string config;
+        const char* start; // of the file then
+    } cases[] = {
+        {"bare name is beside the program, and emptied", "tf = my.log\n", "ts \r\n0\t"},
+        {"blanks around the name do not matter in front", "tf =    my.log\n", "ts \r\n0\t"},
+        {"mode", "tf = my.log, a+\n", "old\nts \r\n0\t"},
+        {"mode without a blank", "tf = my.log,a", "old\nts \r\n0\t"},
+        {"a comma without a mode", "tf = my.log,\n", "ts \r\n0\t"},
+        {"binary mode keeps line feeds", "tf = my.log, wb\n", "ts \n0\t\n***"},
+        {"a mode there is none", "tf = my.log, q\n", "old\n"},
+        {"a mode of 400 characters", "tf = my.log, w" + std::string(400, '+') + "\n", "ts \r\n0\t"},
     };
-    for (const OutputCase& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.fact);
-        Scratch().Make("my.log", "old\n");
-        WriteConfig(row.config ? row.config : "tf = my.log, w" + std::string(400, '+') + "\n");
+        const std::string log = Scratch().Make("my.log", "old\n");
+        WriteConfig(row.config);
         TARVO_StartDebugLogging();
-        EXPECT_TRUE(kit::ReadFile(Scratch().Path(row.file)).starts_with(row.start));
+        EXPECT_TRUE(kit::ReadFile(log).starts_with(row.start));
         TearDown();
         SetUp();
     }

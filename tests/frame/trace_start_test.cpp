@@ -6,20 +6,7 @@
 
 namespace {
 
-constexpr DWORD kLimit = 10 * 1024 * 1024;
-
-class TraceStart : public StartTest {
-protected:
-    void MakeLogOfSize(DWORD size)
-    {
-        const HANDLE file = CreateFileA(LogPath().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-        SetFilePointer(file, static_cast<LONG>(size), nullptr, FILE_BEGIN);
-        SetEndOfFile(file);
-        CloseHandle(file);
-    }
-
-    size_t LogSize() { return kit::ReadFile(LogPath()).size(); }
-};
+using TraceStart = StartTest;
 
 TEST_F(TraceStart, WithoutConfigLinesCarrySeverityAndTime)
 {
@@ -44,15 +31,15 @@ TEST_F(TraceStart, ADeclaredSetupStartsItByTheSecondExportAlone)
     TARVO_StartDebugLogging();
     EXPECT_FALSE(kit::FileExists(LogPath()));
     TARVO_StartDebugLogging2();
-    EXPECT_EQ(1U, CountBanners(LogPath()));
+    EXPECT_EQ(1, CountBanners(LogPath()));
 }
 
 TEST_F(TraceStart, LogAboveTheSizeLimitIsDeleted)
 {
-    MakeLogOfSize(kLimit + 1);
+    const std::string log = Scratch().Make("TARVO.log", std::string(10 * 1024 * 1024 + 1, 'x'));
     TARVO_StartDebugLogging();
-    EXPECT_GT(1000U, LogSize());
-    EXPECT_EQ(1U, CountBanners(LogPath()));
+    EXPECT_GT(1000U, kit::ReadFile(log).size());
+    EXPECT_EQ(1, CountBanners(log));
 }
 
 TEST_F(TraceStart, LogThatCannotBeOpenedIsNoError)
@@ -83,24 +70,18 @@ TEST_F(TraceStartPlaces, LogIsInTheWindowsDirectoryConfigBesideTheProgram)
     }
 }
 
-class TraceRunTimeStart : public StartTest {
-protected:
-    void Start(const std::string& name, DWORD overwrite)
-    {
-        TARVO_StartDebugLoggingRunTime(Scratch().Path(name).c_str(), overwrite);
-    }
-};
+using TraceRunTimeStart = StartTest;
 
-TEST_F(TraceRunTimeStart, MakesTheFoldersOfTheLog)
+TEST_F(TraceRunTimeStart, FoldersAreMadeAndFilesSwitched)
 {
-    Start("a\\b\\my.txt", 0);
-    EXPECT_EQ(1U, CountBanners(Scratch().Path("a\\b\\my.txt")));
-}
-
-TEST_F(TraceRunTimeStart, FolderGetsItsOwnLog)
-{
-    Start("folder\\", 0);
-    EXPECT_EQ(1U, CountBanners(Scratch().Path("folder\\tarvo.log")));
+    TARVO_StartDebugLoggingRunTime(Scratch().Path("a\\b\\my.txt").c_str(), 0);
+    TARVO_StartDebugLoggingRunTime(Scratch().Path("folder\\").c_str(), 0);
+    const std::string first = kit::ReadFile(Scratch().Path("a\\b\\my.txt"));
+    TARVO_SetLanguage();
+    EXPECT_EQ(1, CountBanners(Scratch().Path("a\\b\\my.txt")));
+    EXPECT_EQ(first, kit::ReadFile(Scratch().Path("a\\b\\my.txt")));
+    EXPECT_EQ(1, CountBanners(Scratch().Path("folder\\tarvo.log"))) << "a folder gets its own log";
+    EXPECT_NE(std::string::npos, kit::ReadFile(Scratch().Path("folder\\tarvo.log")).find("{ TARVO_SetLanguage"));
 }
 
 TEST_F(TraceRunTimeStart, NoPathIsTheCommonFolder)
@@ -113,29 +94,19 @@ TEST_F(TraceRunTimeStart, NoPathIsTheCommonFolder)
     });
     const std::string log = Scratch().Path("common\\Velmora\\Logs\\Setup\\tarvo.log");
     TARVO_StartDebugLoggingRunTime(nullptr, 0);
-    EXPECT_EQ(1U, CountBanners(log));
+    EXPECT_EQ(1, CountBanners(log));
     TARVO_StartDebugLoggingRunTime("", 0);
-    EXPECT_EQ(2U, CountBanners(log));
+    EXPECT_EQ(2, CountBanners(log));
 }
 
 TEST_F(TraceRunTimeStart, OverwriteEmptiesAFileAndZeroAddsToIt)
 {
-    Scratch().Make("log", "before");
-    Start("log", 0);
-    EXPECT_TRUE(kit::ReadFile(Scratch().Path("log")).starts_with("before0\t"));
-    Start("other", 0);
-    Start("log", 1);
-    EXPECT_TRUE(kit::ReadFile(Scratch().Path("log")).starts_with("0\t"));
-}
-
-TEST_F(TraceRunTimeStart, SwitchesFiles)
-{
-    Start("one", 0);
-    Start("two", 0);
-    const std::string one = kit::ReadFile(Scratch().Path("one"));
-    TARVO_SetLanguage();
-    EXPECT_EQ(one, kit::ReadFile(Scratch().Path("one")));
-    EXPECT_NE(std::string::npos, kit::ReadFile(Scratch().Path("two")).find("{ TARVO_SetLanguage"));
+    const std::string log = Scratch().Make("log", "before");
+    TARVO_StartDebugLoggingRunTime(log.c_str(), 0);
+    EXPECT_TRUE(kit::ReadFile(log).starts_with("before0\t"));
+    TARVO_StartDebugLoggingRunTime(Scratch().Path("other").c_str(), 0);
+    TARVO_StartDebugLoggingRunTime(log.c_str(), 1);
+    EXPECT_TRUE(kit::ReadFile(log).starts_with("0\t"));
 }
 
 TEST_F(TraceRunTimeStart, PathsWithoutRoomAreRefused)

@@ -19,12 +19,6 @@ struct Block {
     unsigned number; // of its allocation, from 1
 };
 
-struct Originals {
-    decltype(&malloc) allocate = nullptr;
-    decltype(&realloc) reallocate = nullptr;
-    decltype(&free) release = nullptr;
-};
-
 [[noreturn]] void Die(const char* what, const void* block)
 {
     fprintf(stderr, "guarded heap: %s, block %p\n", what, block);
@@ -89,7 +83,6 @@ private:
 
 Region region;
 std::map<void*, Block> live;
-Originals originals;
 unsigned allocations = 0;
 unsigned failing = 0; // number of the allocation to fail; 0 for none
 
@@ -116,7 +109,7 @@ void __cdecl Release(void* block)
     if (!block)
         return;
     if (!region.Contains(block))
-        return originals.release(block);
+        return free(block); // the C library is one for the process
     const auto found = live.find(block);
     if (found == live.end())
         Die("freed twice, or never allocated", block);
@@ -137,37 +130,13 @@ void* __cdecl AllocateZeroed(size_t count, size_t size)
     return block ? memset(block, 0, count * size) : nullptr;
 }
 
-void* __cdecl Reallocate(void* block, size_t size)
-{
-    if (!block)
-        return Allocate(size);
-    if (!region.Contains(block))
-        return originals.reallocate(block, size);
-    if (size == 0) {
-        Release(block);
-        return nullptr;
-    }
-    const auto found = live.find(block);
-    if (found == live.end())
-        Die("reallocated, but not alive", block);
-    const size_t kept = found->second.size < size ? found->second.size : size;
-    void* const moved = Allocate(size);
-    if (!moved)
-        return nullptr;
-    memcpy(moved, block, kept);
-    Release(block);
-    return moved;
-}
-
 } // namespace
 
 GuardedHeap::GuardedHeap(HMODULE module)
 {
     allocations = failing = 0;
-    originals = {&malloc, &realloc, &free}; // the C library is one for the process
     Patch(module, "malloc", reinterpret_cast<void*>(&Allocate));
     Patch(module, "calloc", reinterpret_cast<void*>(&AllocateZeroed));
-    Patch(module, "realloc", reinterpret_cast<void*>(&Reallocate));
     Patch(module, "free", reinterpret_cast<void*>(&Release));
 }
 
@@ -179,7 +148,7 @@ GuardedHeap::~GuardedHeap()
 void GuardedHeap::Patch(HMODULE module, const char* function, void* replacement)
 {
     if (Imports(module, function))
-        patches_.push_back(std::make_unique<ImportPatch>(module, nullptr, function, replacement));
+        patches_.push_back(std::make_unique<ImportPatch>(module, function, replacement));
 }
 
 void GuardedHeap::FailAllocation(unsigned n)
@@ -190,16 +159,6 @@ void GuardedHeap::FailAllocation(unsigned n)
 bool GuardedHeap::FailureHappened() const
 {
     return failing && allocations >= failing;
-}
-
-unsigned GuardedHeap::Allocations() const
-{
-    return allocations;
-}
-
-size_t GuardedHeap::LiveBlocks() const
-{
-    return live.size();
 }
 
 std::string GuardedHeap::Leaks() const

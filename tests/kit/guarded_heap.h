@@ -11,10 +11,10 @@
 namespace kit {
 
 /**
- * Stands in for the malloc family of a module while it lives. Each block ends
- * right at an inaccessible page, new blocks hold 0xCD, and a freed block stays
- * inaccessible until its place must be used again. Blocks made before go back
- * to where they came from. A write in front of a block, or freeing what is not
+ * Stands in for a module's malloc, calloc and free while it lives (TARVO.DLL
+ * has no realloc). Each block ends right at an inaccessible page, new blocks
+ * hold 0xCD, and a freed block stays inaccessible until its place must be used
+ * again. Blocks made before go back to where they came from. A write in front of a block, or freeing what is not
  * alive, ends the test run with a message.
  */
 class GuardedHeap {
@@ -29,11 +29,6 @@ public:
 
     /** @return whether the allocation that FailAllocation named was asked for. */
     bool FailureHappened() const;
-
-    /** @return how many allocations were asked for since the heap was put in place. */
-    unsigned Allocations() const;
-
-    size_t LiveBlocks() const;
 
     /** @return a line for each live block, size and number of its allocation; "" without any. */
     std::string Leaks() const;

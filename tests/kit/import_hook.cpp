@@ -39,15 +39,13 @@ void CollectFrom(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& table, const cha
 }
 
 /** All places: a linker may put one library, or one function, into the table twice. */
-std::vector<void**> FindSlots(HMODULE module, const char* library, const char* function)
+std::vector<void**> FindSlots(HMODULE module, const char* function)
 {
     std::vector<void**> slots;
     if (!module)
         throw std::runtime_error(std::string("no module is loaded to hook ") + function + " in");
-    for (const auto* table = ImportTable(module); table->Name; ++table) {
-        if (!library || _stricmp(library, At<char>(module, table->Name)) == 0)
-            CollectFrom(module, *table, function, slots);
-    }
+    for (const auto* table = ImportTable(module); table->Name; ++table)
+        CollectFrom(module, *table, function, slots);
     return slots;
 }
 
@@ -81,7 +79,7 @@ HMODULE HookedModule()
 
 bool Imports(HMODULE module, const char* function)
 {
-    return !FindSlots(module, nullptr, function).empty();
+    return !FindSlots(module, function).empty();
 }
 
 std::vector<std::string> ExportedNames(HMODULE module)
@@ -105,8 +103,8 @@ std::vector<std::string> ImportedLibraries(HMODULE module)
     return found;
 }
 
-ImportPatch::ImportPatch(HMODULE module, const char* library, const char* function, void* replacement)
-    : slots_(FindSlots(module, library, function)), replacement_(replacement)
+ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement)
+    : slots_(FindSlots(module, function)), replacement_(replacement)
 {
     if (slots_.empty())
         throw std::runtime_error(std::string("the module does not import ") + function);

@@ -18,8 +18,7 @@ HMODULE HookedModule();
 /** One import of a module, led elsewhere while this lives. Throws if the module does not import that name. */
 class ImportPatch {
 public:
-    /** @param library  The DLL it is imported from, such as "kernel32.dll"; NULL for any. */
-    ImportPatch(HMODULE module, const char* library, const char* function, void* replacement);
+    ImportPatch(HMODULE module, const char* function, void* replacement);
     ~ImportPatch();
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
@@ -47,7 +46,7 @@ std::vector<std::string> ImportedLibraries(HMODULE module);
  */
 template <class Function> struct HookThunks;
 
-template <class Result, class... Arguments> struct HookShape {
+template <class Result, class... Arguments> struct HookThunks<Result(WINAPI*)(Arguments...)> {
     using Action = std::function<Result(Arguments...)>;
     static constexpr int kCount = 8;
     static inline Action* holders[kCount] = {};
@@ -62,29 +61,14 @@ template <class Result, class... Arguments> struct HookShape {
         }
         throw std::runtime_error("more than 8 hooks of functions of one type");
     }
-};
 
-template <class Result, class... Arguments> struct HookThunks<Result(WINAPI*)(Arguments...)>
-    : HookShape<Result, Arguments...> {
-    using Shape = HookShape<Result, Arguments...>;
-    template <int Index> static Result WINAPI Enter(Arguments... arguments)
-    {
-        return (*HookThunks::Shape::holders[Index])(arguments...);
-    }
-};
-
-template <class Result, class... Arguments> struct HookThunks<Result(__cdecl*)(Arguments...)>
-    : HookShape<Result, Arguments...> {
-    using Shape = HookShape<Result, Arguments...>;
-    template <int Index> static Result __cdecl Enter(Arguments... arguments)
-    {
-        return (*HookThunks::Shape::holders[Index])(arguments...);
-    }
+    template <int Index> static Result WINAPI Enter(Arguments... arguments) { return (*holders[Index])(arguments...); }
 };
 
 /**
  * Stands in for one function that TARVO.DLL imports, while it lives: counts
- * the calls and, if told to, lets some fail or answers in its place.
+ * the calls and, if told to, lets some fail or answers in its place. It may
+ * outlive the DLL.
  *
  *     kit::ImportHook copy("CopyFileA", &CopyFileA);
  *     copy.FailNth(1, ERROR_SHARING_VIOLATION, FALSE);
@@ -99,11 +83,17 @@ template <class Function> class ImportHook {
 
 public:
     /** @param like  The function itself: gives the type. It is not called. */
-    ImportHook(const char* name, Function like, HMODULE module = HookedModule(), const char* library = nullptr)
-        : thunk_(Thunks::Take(&entry_)), patch_(Patch(module, library, name, Thunk(thunk_)))
+    ImportHook(const char* name, [[maybe_unused]] Function like, HMODULE module = HookedModule())
+        : thunk_(Thunks::Take(&entry_)), patch_(std::make_unique<ImportPatch>(module, name, Thunk(thunk_)))
     {
-        static_cast<void>(like);
         PassThrough();
+    }
+
+    /** One that fails from the beginning, as by FailAll. */
+    template <class Result> ImportHook(const char* name, Function like, DWORD lastError, Result result)
+        : ImportHook(name, like)
+    {
+        FailAll(lastError, result);
     }
 
     ~ImportHook()
@@ -165,14 +155,6 @@ private:
             return entries[index];
         }
         (std::make_integer_sequence<int, Thunks::kCount>());
-    }
-
-    std::unique_ptr<ImportPatch> Patch(HMODULE module, const char* library, const char* name, void* thunk)
-    try {
-        return std::make_unique<ImportPatch>(module, library, name, thunk);
-    } catch (...) {
-        Thunks::holders[thunk_] = nullptr;
-        throw;
     }
 
     Action entry_;

@@ -15,7 +15,7 @@ using Release = decltype(&free);
 /** The DLL's malloc or free as it now calls it. */
 template <class Function> Function Imported(const char* name)
 {
-    const kit::ImportPatch look(kit::HookedModule(), nullptr, name, nullptr);
+    const kit::ImportPatch look(kit::HookedModule(), name, nullptr);
     return reinterpret_cast<Function>(look.Original());
 }
 
@@ -26,33 +26,11 @@ bool IsAccessible(const void* at)
     return memory.State == MEM_COMMIT && memory.Protect == PAGE_READWRITE;
 }
 
-TEST_F(KitTest, HookFailsTheCallNamed)
-{
-    kit::ImportHook hook("CreateDirectoryA", &CreateDirectoryA);
-    hook.FailNth(2, ERROR_DISK_FULL, FALSE);
-    EXPECT_EQ(0U, TARVO_CreateDirectory(Scratch().Path("a").c_str()));
-    EXPECT_EQ(DWORD{ERROR_DISK_FULL}, TARVO_CreateDirectory(Scratch().Path("b").c_str()));
-    EXPECT_EQ(0U, TARVO_CreateDirectory(Scratch().Path("c").c_str()));
-}
-
-TEST_F(KitTest, HookAnswersInPlaceOfTheFunction)
-{
-    kit::ImportHook first("RemoveDirectoryA", &RemoveDirectoryA); // of the same type as the next
-    kit::ImportHook second("DeleteFileA", &DeleteFileA);
-    std::string deleted;
-    second.Answer([&](const char* path) { return deleted = path, TRUE; });
-    const std::string file = Scratch().Make("file");
-    EXPECT_EQ(0U, TARVO_DeleteFileEx(file.c_str(), nullptr));
-    EXPECT_EQ(file, deleted);
-    EXPECT_TRUE(kit::FileExists(file));
-}
-
 TEST_F(KitTest, ByteBehindABlockIsInaccessible)
 {
-    for (const size_t size : {1, 2, 3, 4095, 4096, 4097, 100000}) {
+    for (const size_t size : {1, 4095, 4096, 4097}) {
         char* const block = static_cast<char*>(Imported<Allocate>("malloc")(size));
-        EXPECT_TRUE(IsAccessible(block)) << size;
-        EXPECT_TRUE(IsAccessible(block + size - 1)) << size;
+        EXPECT_TRUE(IsAccessible(block) && IsAccessible(block + size - 1)) << size;
         EXPECT_FALSE(IsAccessible(block + size)) << size;
         Imported<Release>("free")(block);
         EXPECT_FALSE(IsAccessible(block)) << size;

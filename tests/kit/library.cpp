@@ -49,12 +49,9 @@ void ClearSlots()
 
 std::string Library::Path()
 {
-    std::string folder = ProgramFolder();
-    for (int level = 0; level < 3 && !folder.empty(); ++level) {
-        if (FileExists(folder + "\\TARVO.DLL"))
-            return folder + "\\TARVO.DLL";
-        const size_t end = folder.rfind('\\');
-        folder.resize(end == std::string::npos ? 0 : end);
+    for (const char* level : {"\\TARVO.DLL", "\\..\\TARVO.DLL", "\\..\\..\\TARVO.DLL"}) {
+        if (FileExists(ProgramFolder() + level))
+            return ProgramFolder() + level;
     }
     throw std::runtime_error("TARVO.DLL lies neither beside " + ProgramFolder() + " nor above");
 }

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "tarvo/tarvo.h"
+
 namespace kit {
 namespace {
 
@@ -71,7 +73,7 @@ void LibraryTest::Unload()
     if (!library_)
         return;
     EXPECT_TRUE(library_->Unload()) << "TARVO.DLL stays in the process";
-    EXPECT_EQ(0U, heap_->LiveBlocks()) << "left by TARVO.DLL:\n" << heap_->Leaks();
+    EXPECT_EQ("", heap_->Leaks()) << "left by TARVO.DLL";
     heap_.reset();
     library_.reset();
     if (countHandles_) {
@@ -97,6 +99,13 @@ ScratchKey& LibraryTest::Key()
     if (!key_)
         key_ = std::make_unique<ScratchKey>();
     return *key_;
+}
+
+std::string LibraryTest::Record()
+{
+    const std::string log = Scratch().Path("uninstall.log");
+    EXPECT_EQ(0U, TARVO_StartUninstallLogging(log.c_str(), nullptr));
+    return log;
 }
 
 void LibraryTest::WithEachAllocationFailing(const std::function<void()>& call)

@@ -31,6 +31,9 @@ protected:
     ScratchFolder& Scratch();
     ScratchKey& Key();
 
+    /** Begins to record for uninstalling. @return the log, always the same file of the scratch folder */
+    std::string Record();
+
     /** Unloads the DLL, with the checks, and loads it again. */
     void Reload();
 

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <string>
 
 #include "kit/child.h"
 
@@ -12,12 +11,7 @@ namespace {
 
 constexpr DWORD kSecondsATest = 60;
 
-std::string Name(const testing::TestInfo& test)
-{
-    return std::string(test.test_suite_name()) + "." + test.name();
-}
-
-/** Its thread looks once a second for how long the present test has been running. */
+/** Its thread looks for how long the present test has been running. */
 class Watchdog : public testing::EmptyTestEventListener {
 public:
     Watchdog() { CloseHandle(CreateThread(nullptr, 0, &Watch, this, 0, nullptr)); }
@@ -25,7 +19,7 @@ public:
 private:
     void OnTestStart(const testing::TestInfo& test) override
     {
-        started_ = GetTickCount(); // first: the thread may look in between
+        seconds_ = 0; // first: the thread may look in between
         present_ = &test;
     }
 
@@ -33,23 +27,19 @@ private:
 
     static DWORD WINAPI Watch(void* self)
     {
-        for (;; Sleep(1000))
-            static_cast<Watchdog*>(self)->Look();
-    }
-
-    void Look() const
-    {
-        const testing::TestInfo* const test = present_;
-        if (!test || GetTickCount() - started_ < kSecondsATest * 1000)
-            return;
-        fprintf(stderr, "%s has been running for %lu seconds; the run ends here.\n", Name(*test).c_str(),
-                kSecondsATest);
-        fflush(stderr);
-        TerminateProcess(GetCurrentProcess(), 2);
+        auto& dog = *static_cast<Watchdog*>(self);
+        for (;; Sleep(1000)) {
+            const testing::TestInfo* const test = dog.present_;
+            if (!test || ++dog.seconds_ < kSecondsATest)
+                continue;
+            fprintf(stderr, "%s.%s hangs; the run ends here.\n", test->test_suite_name(), test->name());
+            fflush(stderr);
+            TerminateProcess(GetCurrentProcess(), 2);
+        }
     }
 
     std::atomic<const testing::TestInfo*> present_ = nullptr;
-    std::atomic<DWORD> started_ = 0;
+    std::atomic<DWORD> seconds_ = 0;
 };
 
 } // namespace

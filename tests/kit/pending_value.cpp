@@ -26,25 +26,18 @@ private:
     HKEY key_ = nullptr;
 };
 
-std::string ToAnsi(std::wstring_view text)
+std::string ToAnsi(const std::wstring& text)
 {
-    std::string result(text.size() * 2, '\0');
-    const int length = text.empty()
-                           ? 0
-                           : WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), result.data(),
-                                                 static_cast<int>(result.size()), nullptr, nullptr);
-    result.resize(static_cast<size_t>(length));
-    return result;
+    std::string ansi(text.size() * 2 + 1, '\0');
+    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, ansi.data(), static_cast<int>(ansi.size()), nullptr, nullptr);
+    return ansi.c_str();
 }
 
-std::wstring ToWide(std::string_view text)
+std::wstring ToWide(const std::string& text)
 {
-    std::wstring result(text.size(), L'\0');
-    const int length = text.empty() ? 0
-                                    : MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
-                                                          result.data(), static_cast<int>(result.size()));
-    result.resize(static_cast<size_t>(length));
-    return result;
+    std::wstring wide(text.size() + 1, L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text.c_str(), -1, wide.data(), static_cast<int>(wide.size()));
+    return wide.c_str();
 }
 
 } // namespace

@@ -21,20 +21,25 @@ std::runtime_error Failure(const std::string& what)
     return std::runtime_error(what + " failed with " + std::to_string(GetLastError()));
 }
 
+/** A key below HKEY_LOCAL_MACHINE, made if told so and need be; NULL if it cannot be opened. */
 class Key {
 public:
+    Key(const std::string& path, View view, REGSAM access, bool make = false)
+    {
+        access |= static_cast<REGSAM>(view);
+        if (make)
+            RegCreateKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, access, nullptr, &key_, nullptr);
+        else
+            RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, access, &key_);
+    }
     ~Key() { RegCloseKey(key_); }
-    HKEY* Put() { return &key_; }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
     HKEY Get() const { return key_; }
 
 private:
     HKEY key_ = nullptr;
 };
-
-REGSAM Access(View view, REGSAM access)
-{
-    return access | static_cast<REGSAM>(view);
-}
 
 HANDLE OpenToRead(const std::string& path)
 {
@@ -153,17 +158,15 @@ RegistryValue RegistryValue::Dword(DWORD number)
 
 bool KeyExists(const std::string& path, View view)
 {
-    Key key;
-    return RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, Access(view, KEY_READ), key.Put()) == ERROR_SUCCESS;
+    return Key(path, view, KEY_READ).Get();
 }
 
 std::optional<RegistryValue> ReadValue(const std::string& path, const std::string& name, View view)
 {
-    Key key;
+    const Key key(path, view, KEY_READ);
     DWORD size = 0;
     RegistryValue value = {};
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, Access(view, KEY_READ), key.Put()) != ERROR_SUCCESS ||
-        RegQueryValueExA(key.Get(), name.c_str(), nullptr, &value.type, nullptr, &size) != ERROR_SUCCESS)
+    if (RegQueryValueExA(key.Get(), name.c_str(), nullptr, &value.type, nullptr, &size) != ERROR_SUCCESS)
         return std::nullopt;
     value.bytes.resize(size);
     RegQueryValueExA(key.Get(), name.c_str(), nullptr, &value.type, reinterpret_cast<BYTE*>(value.bytes.data()), &size);
@@ -172,31 +175,21 @@ std::optional<RegistryValue> ReadValue(const std::string& path, const std::strin
 
 void WriteValue(const std::string& path, const std::string& name, const RegistryValue& value, View view)
 {
-    Key key;
-    RegCreateKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, Access(view, KEY_WRITE), nullptr, key.Put(),
-                    nullptr);
     const LSTATUS code =
-        RegSetValueExA(key.Get(), name.c_str(), 0, value.type, reinterpret_cast<const BYTE*>(value.bytes.data()),
-                       static_cast<DWORD>(value.bytes.size()));
+        RegSetValueExA(Key(path, view, KEY_WRITE, true).Get(), name.c_str(), 0, value.type,
+                       reinterpret_cast<const BYTE*>(value.bytes.data()), static_cast<DWORD>(value.bytes.size()));
     if (code != ERROR_SUCCESS)
         throw std::runtime_error("writing " + path + " failed with " + std::to_string(code));
 }
 
 void MakeKey(const std::string& path, View view)
 {
-    Key key;
-    RegCreateKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, Access(view, KEY_WRITE), nullptr, key.Put(),
-                    nullptr);
+    const Key key(path, view, KEY_WRITE, true);
 }
 
 void RemoveKeyTree(const std::string& path, View view)
 {
-    {
-        Key key;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, Access(view, KEY_ALL_ACCESS), key.Put()) ==
-            ERROR_SUCCESS)
-            RegDeleteTreeA(key.Get(), nullptr);
-    }
+    RegDeleteTreeA(Key(path, view, KEY_ALL_ACCESS).Get(), nullptr);
     RegDeleteKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), static_cast<REGSAM>(view), 0);
 }
 

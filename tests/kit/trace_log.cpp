@@ -56,6 +56,26 @@ std::vector<std::string> TraceLog::Messages() const
     return lines;
 }
 
+std::vector<std::string> TraceLog::Graded() const
+{
+    const std::vector<std::string> lines = Lines();
+    std::vector<std::string> messages = Messages();
+    for (size_t index = 0; index < lines.size(); ++index)
+        messages[index] = lines[index].substr(0, 1) + " " + messages[index];
+    return messages;
+}
+
+testing::AssertionResult TraceLog::HasEach(const std::vector<std::string>& texts) const
+{
+    const std::vector<std::string> messages = Graded();
+    for (const std::string& text : texts) {
+        const auto has = [&](const std::string& message) { return message.find(text) != std::string::npos; };
+        if (std::none_of(messages.begin(), messages.end(), has))
+            return testing::AssertionFailure() << "missing: " << text << "\n" << testing::PrintToString(messages);
+    }
+    return testing::AssertionSuccess();
+}
+
 size_t TraceLog::Count(std::string_view text) const
 {
     const std::vector<std::string> messages = Messages();
@@ -69,6 +89,15 @@ std::string LastMessage()
     char text[1024] = {};
     TARVO_GetLastErrorMessage(text, sizeof text);
     return text;
+}
+
+testing::AssertionResult Gives(DWORD code, DWORD result)
+{
+    if (result != code)
+        return testing::AssertionFailure() << "gave " << result << ", expected " << code;
+    if (code && LastMessage() != SystemText(code))
+        return testing::AssertionFailure() << "code " << code << " with the text: " << LastMessage();
+    return testing::AssertionSuccess();
 }
 
 } // namespace kit

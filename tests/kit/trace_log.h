@@ -1,6 +1,8 @@
 #pragma once
 
-#include <cstddef>
+#include <gtest/gtest.h>
+#include <windows.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +31,12 @@ public:
     /** Messages alone. */
     std::vector<std::string> Messages() const;
 
+    /** Messages, each with its severity and a blank in front. */
+    std::vector<std::string> Graded() const;
+
+    /** Success if each of the texts is in one of the graded messages. */
+    testing::AssertionResult HasEach(const std::vector<std::string>& texts) const;
+
     /** @return whether a message has the text in it, and how many have. */
     bool Contains(std::string_view text) const { return Count(text) != 0; }
     size_t Count(std::string_view text) const;
@@ -40,5 +48,8 @@ private:
 
 /** @return what TARVO_GetLastErrorMessage hands out. */
 std::string LastMessage();
+
+/** Success if a call gave this code and, where it is a failure, left the system's text for it. */
+testing::AssertionResult Gives(DWORD code, DWORD result);
 
 } // namespace kit
