@@ -1,4 +1,4 @@
-// Texts in the system's own code page: case, and scanning byte by byte.
+// Letter case in the system's own code page.
 
 #include "base/multibyte.h"
 
@@ -46,19 +46,6 @@ TEST(Multibyte, LettersBeyondAsciiHaveCase)
         GTEST_SKIP() << "the bytes below are letters of code page 1252, this is " << GetACP();
     EXPECT_TRUE(EqualNoCase("\xC4\x8C", "\xE4\x9C"));
     EXPECT_FALSE(EqualNoCase("\xD7", "\xF7")); // signs for times and divided by
-}
-
-TEST(Multibyte, FindsSeparators)
-{
-    char text[] = "a/b\\c\\\\d";
-    EXPECT_EQ(text + 1, FindSeparator(text));
-    EXPECT_EQ(text + 3, FindSeparator(text + 2));
-    EXPECT_EQ(text + 5, FindDoubleBackslash(text));
-    EXPECT_EQ(nullptr, FindDoubleBackslash(text + 6));
-    EXPECT_EQ(nullptr, FindSeparator(text + 7));
-    EXPECT_EQ(text + 3, FindChar(text, '\\'));
-    EXPECT_EQ(text + 6, FindLastChar(text, '\\'));
-    EXPECT_EQ(nullptr, FindLastChar(text, 'x'));
 }
 
 } // namespace

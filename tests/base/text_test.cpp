@@ -1,13 +1,10 @@
-// Bounded texts, lists of texts, command lines.
+// Bounded texts.
 
 #include "base/text.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "base/command_line.h"
-#include "base/multistring.h"
 
 namespace {
 
@@ -54,43 +51,6 @@ TEST(Text, FormatsAreThoseOfTheCLibrary)
     const char* const missing = none;
     EXPECT_TRUE(text.Format("%s", missing));
     EXPECT_STREQ("(null)", text.Get());
-}
-
-TEST(MultiString, CountsAndMeasures)
-{
-    EXPECT_EQ(1U, MultiStringSize(""));
-    EXPECT_EQ(0U, MultiStringCount(""));
-    const char list[] = "a\0bcd\0";
-    EXPECT_EQ(sizeof list, MultiStringSize(list));
-    EXPECT_EQ(2U, MultiStringCount(list));
-    EXPECT_STREQ("bcd", NextString(list));
-}
-
-struct CommandLineCase {
-    const char* text;
-    const char* program;
-    const char* arguments;
-};
-
-const CommandLineCase kCommandLines[] = {
-    {"", "", ""},
-    {"C:\\a b.exe /x", "C:\\a b.exe /x", ""},
-    {"\"C:\\a b.exe\" /x \"y z\"", "C:\\a b.exe", " /x \"y z\""},
-    {"\"C:\\a.exe\"", "C:\\a.exe", ""},
-    {"\"C:\\open.exe /x", "C:\\open.exe /x", ""},
-    {"\"\"x", "", "x"},
-    {"\"", "", ""},
-    {" \"a\" b", " \"a\" b", ""},
-};
-
-TEST(CommandLine, IsTakenApart)
-{
-    for (const CommandLineCase& row : kCommandLines) {
-        SCOPED_TRACE(row.text);
-        const CommandLine line = SplitCommandLine(row.text);
-        EXPECT_EQ(row.program, line.program);
-        EXPECT_STREQ(row.arguments, line.arguments);
-    }
 }
 
 } // namespace
