@@ -101,24 +101,21 @@ TEST_F(Deferring, FilesListAndRecordEndAsTheyShould)
             SCOPED_TRACE(row.fact);
             kit::PendingValue::Remove();
             TARVO_ReceivePFOsInfo();
-            StartRecording();
+            Record();
             Make(row.before);
             std::vector<std::unique_ptr<kit::FileLock>> locks;
             for (const std::string& name : row.locked)
                 locks.push_back(std::make_unique<kit::FileLock>(At(name)));
             DWORD needRestart = kUnset;
             const std::string target = row.target ? At(row.target) : "";
-            EXPECT_EQ(row.code, row.call(At(row.source).c_str(), target.c_str(), reported ? &needRestart : nullptr));
-            if (row.code) {
-                EXPECT_EQ(kit::SystemText(row.code), kit::LastMessage());
-            }
+            EXPECT_TRUE(kit::Gives(
+                row.code, row.call(At(row.source).c_str(), target.c_str(), reported ? &needRestart : nullptr)));
             EXPECT_EQ(reported ? row.needRestart : kUnset, needRestart);
             locks.clear();
             EXPECT_EQ(row.after, Found());
             EXPECT_EQ(Stored(row.pending), kit::PendingValue::Read());
             EXPECT_EQ(RecordOf(row.recorded), Recorded());
-            kit::RemoveTree(Scratch().Path());
-            CreateDirectoryA(Scratch().Path().c_str(), nullptr);
+            Empty();
         }
     }
 }
@@ -161,25 +158,21 @@ TEST_F(Deferring, MissingArgumentsAreRefused)
     }
     EXPECT_EQ(87U, Delete(nullptr, nullptr, &needRestart));
     EXPECT_EQ(87U, DeleteLater(nullptr, nullptr, nullptr));
-    EXPECT_EQ(87U, DeleteLater("", nullptr, nullptr));
-    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
+    EXPECT_TRUE(kit::Gives(87, DeleteLater("", nullptr, nullptr)));
     EXPECT_EQ(kUnset, needRestart);
 }
 
 TEST_F(Deferring, ReadOnlyTargetsAreMadeWritable)
 {
     kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA); // here the system would copy over them anyway
-    for (const auto call : {Copy, CopyEx, Move}) {
+    for (const auto call : {Copy, CopyEx, Move, Delete}) {
         Make({{"a", "new"}, {"b", "old"}});
         SetFileAttributesA(At("b").c_str(), FILE_ATTRIBUTE_READONLY);
         const int calls = set.Calls();
-        EXPECT_EQ(0U, call(At("a").c_str(), At("b").c_str(), nullptr));
+        EXPECT_EQ(0U, call(At(call == Delete ? "b" : "a").c_str(), At("b").c_str(), nullptr));
         EXPECT_EQ(calls + 1, set.Calls());
-        EXPECT_EQ("new", kit::ReadFile(At("b")));
+        EXPECT_EQ(call == Delete ? "none" : "new", kit::FileExists(At("b")) ? kit::ReadFile(At("b")) : "none");
     }
-    SetFileAttributesA(At("b").c_str(), FILE_ATTRIBUTE_READONLY);
-    EXPECT_EQ(0U, Delete(At("b").c_str(), nullptr, nullptr));
-    EXPECT_FALSE(kit::FileExists(At("b")));
 }
 
 TEST_F(Deferring, TargetThatMayNotBeLookedAtExists)
@@ -187,9 +180,9 @@ TEST_F(Deferring, TargetThatMayNotBeLookedAtExists)
     kit::PendingValue::Remove();
     Make({{"a", "new"}});
     kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA);
-    kit::ImportHook copy("CopyFileA", &CopyFileA);
-    kit::ImportHook remove("DeleteFileA", &DeleteFileA);
-    kit::ImportHook move("MoveFileA", &MoveFileA);
+    const kit::ImportHook copy("CopyFileA", &CopyFileA, ERROR_ACCESS_DENIED, FALSE);
+    const kit::ImportHook remove("DeleteFileA", &DeleteFileA);
+    const kit::ImportHook move("MoveFileA", &MoveFileA, ERROR_ACCESS_DENIED, FALSE);
     const std::string hidden = At("b");
     look.Answer([&](const char* path) -> DWORD {
         if (path != hidden)
@@ -197,8 +190,6 @@ TEST_F(Deferring, TargetThatMayNotBeLookedAtExists)
         SetLastError(ERROR_ACCESS_DENIED);
         return INVALID_FILE_ATTRIBUTES;
     });
-    copy.FailAll(ERROR_ACCESS_DENIED, FALSE);
-    move.FailAll(ERROR_ACCESS_DENIED, FALSE);
     DWORD needRestart = kUnset;
     EXPECT_EQ(80U, CopyExNew(At("a").c_str(), hidden.c_str(), &needRestart));
     EXPECT_EQ(80U, MoveNew(At("a").c_str(), hidden.c_str(), &needRestart));
@@ -213,20 +204,14 @@ TEST_F(Deferring, TargetThatMayNotBeLookedAtExists)
 TEST_F(Deferring, ListThatRefusesIsReported)
 {
     Make({{"a", "new"}, {"b", "old"}});
-    StartRecording();
+    Record();
     const kit::FileLock lock(At("b"));
-    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-    open.FailAll(0, ERROR_ACCESS_DENIED);
-    for (const auto call : {CopyEx, Move}) {
-        DWORD needRestart = kUnset;
-        EXPECT_EQ(5U, call(At("a").c_str(), At("b").c_str(), &needRestart));
+    const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
+    for (const auto call : {CopyEx, Move, Delete, DeleteLater}) {
+        DWORD needRestart = call == DeleteLater ? 0 : kUnset;
+        EXPECT_TRUE(kit::Gives(5, call(At(call == Delete ? "b" : "a").c_str(), At("b").c_str(), &needRestart)));
         EXPECT_EQ(0U, needRestart);
     }
-    DWORD needRestart = kUnset;
-    EXPECT_EQ(5U, Delete(At("b").c_str(), nullptr, &needRestart));
-    EXPECT_EQ(0U, needRestart);
-    EXPECT_EQ(5U, DeleteLater(At("b").c_str(), nullptr, nullptr));
-    EXPECT_EQ(kit::SystemText(5), kit::LastMessage());
     EXPECT_EQ(RecordOf({}), Recorded());
 }
 
@@ -256,36 +241,26 @@ TEST_F(Deferring, TraceTellsWhichWayItWent)
     snprintf(address, sizeof address, "%x", reinterpret_cast<unsigned>(&restart));
     const std::string a = At("s\\a");
     const std::string b = At("b");
+    const std::string report = "report need-of-reboot to [";
     CopyEx(a.c_str(), b.c_str(), &restart);
-    EXPECT_TRUE(HasLine(log, kInfo,
-                        "Copying-over-locked file from [" + a + "] to [" + b + "] , report need-of-reboot to [" +
-                            address + "]..."));
-    EXPECT_TRUE(HasLine(log, kInfo, "Immediate CopyFile failed with error code: 32"));
-    EXPECT_TRUE(HasLine(log, kInfo, "Defined SourceCopy = [" + b + ".1]"));
     Move(a.c_str(), b.c_str(), &restart);
-    EXPECT_TRUE(HasLine(log, kInfo,
-                        "Moving-over-locked file from [" + a + "] to [" + b + "] , report need-of-reboot to [" +
-                            address + "]..."));
-    EXPECT_TRUE(HasLine(log, kWarning, "Deleting target existing file failed with error code 32"));
-    EXPECT_EQ(1U, log.Count("Immediate MoveFile failed with error code: "));
     MoveNew(a.c_str(), b.c_str(), nullptr);
-    EXPECT_TRUE(HasLine(log, kInfo,
-                        "Moving-over-locked file from [" + a + "] to [" + b +
-                            "] (FailIfExists), report need-of-reboot to [0]..."));
     CopyNew(a.c_str(), nullptr, nullptr);
-    EXPECT_TRUE(HasLine(log, kInfo, "Copying file from [" + a + "] to [null] (FailIfExists)..."));
-    Delete(b.c_str(), nullptr, &restart);
+    EXPECT_TRUE(log.HasEach(
+        {"1 Copying-over-locked file from [" + a + "] to [" + b + "] , " + report + address + "]...",
+         "1 Immediate CopyFile failed with error code: 32", "1 Defined SourceCopy = [" + b + ".1]",
+         "1 Moving-over-locked file from [" + a + "] to [" + b + "] , " + report + address + "]...",
+         "2 Deleting target existing file failed with error code 32", "1 Immediate MoveFile failed with error code: ",
+         "1 Moving-over-locked file from [" + a + "] to [" + b + "] (FailIfExists), " + report + "0]...",
+         "1 Copying file from [" + a + "] to [null] (FailIfExists)..."}));
+    log.Clear();
+    for (const std::string& path : {b, At("none"), At("d")})
+        Delete(path.c_str(), nullptr, &restart);
     EXPECT_TRUE(
-        HasLine(log, kInfo, "Deleting-over-locked file [" + b + "], report need of reboot to [" + address + "]..."));
-    EXPECT_TRUE(HasLine(log, kInfo, "Calling DeleteFile..."));
-    EXPECT_TRUE(HasLine(log, kInfo, "Failed with error code [32]."));
-    Delete(At("none").c_str(), nullptr, nullptr);
-    EXPECT_TRUE(HasLine(log, kWarning, "File doesn't exists. Nothing to do."));
-    Delete(At("d").c_str(), nullptr, nullptr);
-    EXPECT_TRUE(HasLine(log, kInfo, "Calling RemoveDirectory..."));
-    EXPECT_TRUE(HasLine(log, kInfo, "Failed with error code [145]."));
-    EXPECT_TRUE(HasLine(log, kInfo, "{ IsPathDirectory(" + At("d") + ")"));
-    EXPECT_TRUE(HasLine(log, kInfo, "Returning 16."));
+        log.HasEach({"1 Deleting-over-locked file [" + b + "], report need of reboot to [" + address + "]...",
+                     "1 Calling DeleteFile...", "1 Failed with error code [32].",
+                     "2 File doesn't exists. Nothing to do.", "1 Calling RemoveDirectory...",
+                     "1 Failed with error code [145].", "1 { IsPathDirectory(" + At("d") + ")", "1 Returning 16."}));
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "kit/kit.h"
-
-#include <algorithm>
 #include <map>
+
+#include "uninstall/log_file.h"
 
 /** Names in these tests are below the scratch folder, unless they begin with a drive. */
 class FileExports : public kit::LibraryTest {
@@ -54,8 +53,6 @@ protected:
         return names;
     }
 
-    void StartRecording() { TARVO_StartUninstallLogging(At("uninstall.log").c_str(), "test"); }
-
     /** The uninstall log's lines for these names, in their order. */
     std::vector<std::string> RecordOf(const std::vector<std::string>& names)
     {
@@ -67,23 +64,11 @@ protected:
         return lines;
     }
 
-    std::vector<std::string> Recorded()
-    {
-        const std::string log = At("uninstall.log");
-        return kit::FileExists(log) ? kit::SplitLines(kit::ReadFile(log)) : std::vector<std::string>();
-    }
+    std::vector<std::string> Recorded() { return LogLines(At("uninstall.log")); }
 
-    enum Severity : char { kInfo = '1', kWarning = '2', kError = '3' }; // as the log's first column has it
-
-    /** Whether the log has the message, exactly, with that severity. */
-    static bool HasLine(const kit::TraceLog& log, Severity severity, const std::string& message)
+    void Empty()
     {
-        const std::vector<std::string> lines = log.Lines();
-        const std::string start = {severity, '\t'};
-        return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
-            const size_t end = line.size() - std::min(line.size(), message.size());
-            return line.starts_with(start) && line.ends_with(message) && end &&
-                   (line[end - 1] == ' ' || line[end - 1] == '\t');
-        });
+        kit::RemoveTree(Scratch().Path());
+        CreateDirectoryA(Scratch().Path().c_str(), nullptr);
     }
 };

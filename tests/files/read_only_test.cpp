@@ -34,8 +34,8 @@ TEST_F(ReadOnlyAttribute, OnlyItIsClearedUnlessAttributesAreGiven)
         set.Answer([&](const char*, DWORD asked) { return attributes = asked, TRUE; });
         EXPECT_EQ(0U, TARVO_ResetFileReadOnlyAttribute("C:\\x", row.given));
         EXPECT_EQ(row.before == 1 ? 0 : row.set, attributes); // no attribute at all means normal to the system
-        EXPECT_TRUE(HasLine(log, kInfo, row.traced));
-        EXPECT_TRUE(HasLine(log, kInfo, "Filename [C:\\x], NewAttribute [" + std::to_string(row.given) + "]"));
+        EXPECT_TRUE(log.HasEach(
+            {"1 " + std::string(row.traced), "1 Filename [C:\\x], NewAttribute [" + std::to_string(row.given) + "]"}));
     }
 }
 
@@ -44,31 +44,20 @@ TEST_F(ReadOnlyAttribute, RefusalsHaveTheirCodes)
     const std::string file = Scratch().Make("a");
     kit::TraceLog log(At("trace.log"));
     EXPECT_EQ(87U, TARVO_ResetFileReadOnlyAttribute(nullptr, 0));
-    EXPECT_EQ(2U, TARVO_ResetFileReadOnlyAttribute(At("none").c_str(), 0));
-    EXPECT_EQ(2U, TARVO_ResetFileReadOnlyAttribute(At("none\\none").c_str(), 0));
-    EXPECT_EQ(kit::SystemText(2), kit::LastMessage());
+    for (const char* missing : {"none", "none\\none"})
+        EXPECT_TRUE(kit::Gives(2, TARVO_ResetFileReadOnlyAttribute(At(missing).c_str(), 0)));
     kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA);
-    struct LookCase {
-        DWORD lookFails; // at the second look
-        const char* warning;
-    };
-    constexpr LookCase kCases[] = {
-        {ERROR_FILE_NOT_FOUND, "File doesn't exist"},
-        {ERROR_PATH_NOT_FOUND, "File doesn't exist"},
-        {ERROR_ACCESS_DENIED, "Error retrieving file attributes"},
-    };
-    for (const LookCase& row : kCases) {
+    for (const DWORD code : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED}) {
         log.Clear();
-        look.FailNth(2, row.lookFails, INVALID_FILE_ATTRIBUTES);
-        EXPECT_EQ(row.lookFails, TARVO_ResetFileReadOnlyAttribute(file.c_str(), 0));
-        EXPECT_TRUE(HasLine(log, kWarning, row.warning));
+        look.FailNth(2, code, INVALID_FILE_ATTRIBUTES);
+        EXPECT_EQ(code, TARVO_ResetFileReadOnlyAttribute(file.c_str(), 0));
+        EXPECT_TRUE(
+            log.HasEach({code == ERROR_ACCESS_DENIED ? "2 Error retrieving file attributes" : "2 File doesn't exist"}));
     }
     look.PassThrough();
-    kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA);
-    set.FailAll(ERROR_WRITE_PROTECT, FALSE);
-    EXPECT_EQ(DWORD{ERROR_WRITE_PROTECT}, TARVO_ResetFileReadOnlyAttribute(file.c_str(), FILE_ATTRIBUTE_HIDDEN));
-    EXPECT_TRUE(HasLine(log, kWarning, "Setting attributes failed."));
-    EXPECT_EQ(kit::SystemText(ERROR_WRITE_PROTECT), kit::LastMessage());
+    const kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA, ERROR_WRITE_PROTECT, FALSE);
+    EXPECT_TRUE(kit::Gives(ERROR_WRITE_PROTECT, TARVO_ResetFileReadOnlyAttribute(file.c_str(), FILE_ATTRIBUTE_HIDDEN)));
+    EXPECT_TRUE(log.HasEach({"2 Setting attributes failed."}));
 }
 
 } // namespace
