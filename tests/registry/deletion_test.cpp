@@ -142,22 +142,19 @@ TEST_F(RegistryDeletion, EachFailingStepGivesItsCode)
     kit::MakeKey(Key().Path("empty"));
     kit::MakeKey(Key().Path("empty"), kit::View::k64);
     {
-        kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-        open.FailAll(0, ERROR_ACCESS_DENIED);
+        const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
         EXPECT_EQ(Texts{R"(\k\\v: 5)"}, Delete({R"(k\\v)"}));
-        EXPECT_TRUE(trace_->Contains("Function DeleteRegEntryOrValue error: [5] (Error opening registry key)"));
+        EXPECT_TRUE(trace_->HasEach({"Function DeleteRegEntryOrValue error: [5] (Error opening registry key)"}));
     }
     {
-        kit::ImportHook remove("RegDeleteValueA", &RegDeleteValueA);
-        remove.FailAll(0, ERROR_ACCESS_DENIED);
+        const kit::ImportHook remove("RegDeleteValueA", &RegDeleteValueA, 0, ERROR_ACCESS_DENIED);
         EXPECT_EQ(Texts{R"(\k\\v: 5)"}, Delete({R"(k\\v)"}));
-        EXPECT_TRUE(trace_->Contains("Function DeleteRegEntryOrValue error: [5] (Error deleting registry value.)"));
+        EXPECT_TRUE(trace_->HasEach({"Function DeleteRegEntryOrValue error: [5] (Error deleting registry value.)"}));
     }
     {
-        kit::ImportHook query("RegQueryInfoKeyA", &RegQueryInfoKeyA);
-        query.FailAll(0, ERROR_ACCESS_DENIED);
+        const kit::ImportHook query("RegQueryInfoKeyA", &RegQueryInfoKeyA, 0, ERROR_ACCESS_DENIED);
         EXPECT_EQ(Texts{R"(\empty: 145)"}, Delete({"empty"}));
-        EXPECT_TRUE(trace_->Contains("RegQueryInfoKey returned error: [5]."));
+        EXPECT_TRUE(trace_->HasEach({"RegQueryInfoKey returned error: [5]."}));
     }
     kit::ImportHook remove("RegDeleteKeyA", &RegDeleteKeyA);
     remove.FailAll(0, ERROR_ACCESS_DENIED);
@@ -190,7 +187,7 @@ TEST_F(RegistryDeletion, SystemWithoutRegDeleteKeyEx)
 
 TEST_F(RegistryDeletion, RemovesWhatTheWritersRecorded)
 {
-    EXPECT_EQ(0U, TARVO_StartUninstallLogging(log_.c_str(), nullptr));
+    Record();
     for (const BOOL virtualized : {TRUE, FALSE}) {
         for (const char* rest : {R"(\a\b\\name|x)", R"(\a\b\\|x)", R"(\a\b\\na=me|x)", R"(\a\c/d\\x\y|z)"})
             EXPECT_EQ(0U, TARVO_CreateRegistryEntryEx((Key().Locator() + rest).c_str(), REG_SZ, FALSE, virtualized));

@@ -11,8 +11,7 @@ protected:
     {
         RemoveKeys();
         LibraryTest::SetUp();
-        log_ = Scratch().Path("uninstall.log");
-        EXPECT_EQ(0U, TARVO_StartUninstallLogging(log_.c_str(), nullptr));
+        log_ = Record();
     }
 
     void TearDown() override

@@ -28,14 +28,9 @@ TEST_F(ProductRegistrations, VersionIsSetAndRecorded)
 
 TEST_F(ProductRegistrations, ResourcePathIsJoinedAndRecorded)
 {
-    struct JoinCase {
-        const char* directory;
-        const char* path;
-    };
-    const JoinCase cases[] = {{"C:\\A\\", "C:\\A\\res"}, {"C:\\A", "C:\\A\\res"}, {"C:/A/", "C:/A/res"}};
-    for (const JoinCase& row : cases) {
-        EXPECT_EQ(0U, TARVO_RegisterLocalizationResource(row.directory, "res"));
-        EXPECT_EQ(RegistryValue::Text(row.path), kit::ReadValue(kLocalization, "res"));
+    for (const char* directory : {"C:\\A\\", "C:\\A"}) {
+        EXPECT_EQ(0U, TARVO_RegisterLocalizationResource(directory, "res"));
+        EXPECT_EQ(RegistryValue::Text("C:\\A\\res"), kit::ReadValue(kLocalization, "res"));
     }
     Uninstall();
     EXPECT_FALSE(kit::KeyExists("Software\\Norrin Vale"));
@@ -57,16 +52,14 @@ TEST_F(ProductRegistrations, RefusalsTouchNothing)
 {
     const std::string tooLong(2048, 'x');
     struct RefusalCase {
-        DWORD (*call)(const char* first, const char* second);
+        decltype(&TARVO_SetProductVersion) call;
         const char* first;
         const char* second;
         DWORD code;
         std::string text;
     };
-    const auto version = [](const char* first, const char* second) { return TARVO_SetProductVersion(first, second); };
-    const auto resource = [](const char* first, const char* second) {
-        return TARVO_RegisterLocalizationResource(first, second);
-    };
+    constexpr auto version = &TARVO_SetProductVersion;
+    constexpr auto resource = &TARVO_RegisterLocalizationResource;
     const RefusalCase cases[] = {
         {version, "", "Lamp", 87, kit::SystemText(87)},
         {version, "1.0", "", 87, kit::SystemText(87)},
@@ -84,13 +77,12 @@ TEST_F(ProductRegistrations, RefusalsTouchNothing)
         EXPECT_EQ(row.text, kit::LastMessage());
     }
     EXPECT_FALSE(kit::KeyExists("Software\\Norrin Vale"));
-    kit::ImportHook create("RegCreateKeyA", &RegCreateKeyA);
-    create.FailAll(0, ERROR_ACCESS_DENIED);
-    EXPECT_EQ(5U, TARVO_RegisterLocalizationResource("C:\\", "res"));
-    EXPECT_EQ("CreateRegKey failed", kit::LastMessage());
-    create.PassThrough();
-    kit::ImportHook set("RegSetValueExA", &RegSetValueExA);
-    set.FailAll(0, ERROR_DISK_FULL);
+    {
+        const kit::ImportHook create("RegCreateKeyA", &RegCreateKeyA, 0, ERROR_ACCESS_DENIED);
+        EXPECT_EQ(5U, TARVO_RegisterLocalizationResource("C:\\", "res"));
+        EXPECT_EQ("CreateRegKey failed", kit::LastMessage());
+    }
+    const kit::ImportHook set("RegSetValueExA", &RegSetValueExA, 0, ERROR_DISK_FULL);
     EXPECT_EQ(DWORD{ERROR_DISK_FULL}, TARVO_RegisterLocalizationResource("C:\\", "res"));
     EXPECT_EQ("SetRegistryValue failed", kit::LastMessage());
 }
