@@ -3,6 +3,7 @@
 #include "kit/kit.h"
 
 #include <algorithm>
+#include <set>
 
 #include "security/recorded_sets.h"
 
@@ -74,128 +75,80 @@ TEST_F(FileWalk, FailingFolderIsNotEntered)
     EXPECT_EQ(4U, sets.names.size());
 }
 
-std::wstring Wide(const std::string& text)
-{
-    return {text.begin(), text.end()};
-}
-
-/** The ANSI calls of a system that gives them long paths: here by way of the wide ones. */
-class LongAnsiPaths {
+/** A file system that shows its entries otherwise than they are: names, attributes, what a path leads to. It has no
+ * lists. */
+class ShownFileSystem {
 public:
-    LongAnsiPaths()
+    ShownFileSystem(std::function<std::string(std::string)> lead, std::function<void(WIN32_FIND_DATAA&)> show)
     {
-        attributes_.Answer([](const char* path) { return GetFileAttributesW(Wide(path).c_str()); });
-        first_.Answer([](const char* pattern, WIN32_FIND_DATAA* data) {
-            WIN32_FIND_DATAW wide;
-            const HANDLE search = FindFirstFileW(Wide(pattern).c_str(), &wide);
-            Copy(wide, *data);
+        attributes_.Answer([=](const char* path) { return GetFileAttributesA(lead(path).c_str()); });
+        create_.Answer([=](const char* path, auto... rest) { return CreateFileA(lead(path).c_str(), rest...); });
+        first_.Answer([=](const char* pattern, WIN32_FIND_DATAA* data) {
+            const HANDLE search = FindFirstFileA(lead(pattern).c_str(), data);
+            show(*data);
             return search;
         });
-        next_.Answer([](HANDLE search, WIN32_FIND_DATAA* data) {
-            WIN32_FIND_DATAW wide;
-            const BOOL found = FindNextFileW(search, &wide);
-            Copy(wide, *data);
+        next_.Answer([=](HANDLE search, WIN32_FIND_DATAA* data) {
+            const BOOL found = FindNextFileA(search, data);
+            show(*data);
             return found;
         });
     }
 
 private:
-    static void Copy(const WIN32_FIND_DATAW& wide, WIN32_FIND_DATAA& data)
-    {
-        data.dwFileAttributes = wide.dwFileAttributes;
-        snprintf(data.cFileName, sizeof data.cFileName, "%ls", wide.cFileName);
-    }
-
+    kit::ImportHook<decltype(&GetNamedSecurityInfoA)> lists_{"GetNamedSecurityInfoA", &GetNamedSecurityInfoA, 0, 0};
     kit::ImportHook<decltype(&GetFileAttributesA)> attributes_{"GetFileAttributesA", &GetFileAttributesA};
+    kit::ImportHook<decltype(&CreateFileA)> create_{"CreateFileA", &CreateFileA};
     kit::ImportHook<decltype(&FindFirstFileA)> first_{"FindFirstFileA", &FindFirstFileA};
     kit::ImportHook<decltype(&FindNextFileA)> next_{"FindNextFileA", &FindNextFileA};
 };
 
 TEST_F(FileWalk, LongPathsAreWalked)
 {
-    const std::string start = "\\\\?\\" + Scratch().Path();
-    std::string path = start;
-    Names expected = {path};
-    for (int level = 0; level < 12; ++level) {
-        path += "\\" + std::string(60, static_cast<char>('a' + level));
-        ASSERT_TRUE(CreateDirectoryW(Wide(path).c_str(), nullptr)) << path.size();
-        expected.push_back(path);
+    const std::string start = Scratch().Path();
+    Names expected = {start};
+    std::string folder = start;
+    for (char letter = 'a'; letter < 'm'; ++letter) {
+        folder += std::string("\\") + letter;
+        ASSERT_TRUE(CreateDirectoryA(folder.c_str(), nullptr));
+        expected.push_back(expected.back() + "\\" + std::string(60, letter));
     }
-    ASSERT_GT(path.size(), 700U);
-    {
-        const LongAnsiPaths system;
-        RecordedSets sets(false);
-        kit::ImportHook get("GetNamedSecurityInfoA", &GetNamedSecurityInfoA);
-        get.FailAll(0, ERROR_SUCCESS); // none of them has a list
-        EXPECT_EQ(0U, Grant(start));
-        EXPECT_EQ(expected, sets.names);
-    }
-    for (; path.size() > start.size(); path.resize(path.rfind('\\')))
-        RemoveDirectoryW(Wide(path).c_str());
+    const ShownFileSystem system(
+        [&](std::string path) {
+            path.erase(std::unique(path.begin() + static_cast<ptrdiff_t>(start.size()), path.end()), path.end());
+            return path;
+        },
+        [](WIN32_FIND_DATAA& data) {
+            if (data.cFileName[0] != '.')
+                strcpy(data.cFileName, std::string(60, data.cFileName[0]).c_str());
+        });
+    RecordedSets sets(false);
+    EXPECT_EQ(0U, Grant(start));
+    EXPECT_EQ(expected, sets.names);
 }
-
-/** A folder in itself, by a junction; this Wine makes none, but takes a link of the system below it for one. */
-class Loop {
-public:
-    Loop(const std::string& link, const std::string& target) : link_(link)
-    {
-        Run("cmd /c mklink /J \"" + link + "\" \"" + target + "\"");
-        if (!Exists())
-            Run("Z:\\bin\\ln -s \"" + Unix(target) + "\" \"" + Unix(link) + "\"");
-        Await(true);
-    }
-    ~Loop()
-    {
-        if (!RemoveDirectoryA(link_.c_str()))
-            Run("Z:\\bin\\rm \"" + Unix(link_) + "\"");
-        Await(false);
-    }
-    bool Exists() const
-    {
-        const DWORD attributes = GetFileAttributesA(link_.c_str());
-        return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT);
-    }
-
-private:
-    static void Run(std::string command)
-    {
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION process;
-        if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
-                            &startup, &process))
-            return;
-        WaitForSingleObject(process.hProcess, 20000);
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-    }
-    /** A program of the system below is not waited for. */
-    void Await(bool existing) const
-    {
-        for (int tenth = 0; tenth < 50 && Exists() != existing; ++tenth)
-            Sleep(100);
-    }
-    static std::string Unix(const std::string& path)
-    {
-        const auto translate = reinterpret_cast<char*(CDECL*)(const wchar_t*)>(
-            reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "wine_get_unix_file_name")));
-        return translate ? translate(Wide(path).c_str()) : "";
-    }
-
-    std::string link_;
-};
 
 TEST_F(FileWalk, LinksBackAreNotEntered)
 {
-    AllowOpenHandles();
-    MakeFolder("a");
-    MakeFolder("a\\b");
+    const std::pair<std::string, std::string> links[] = {{Scratch().Path("a\\b\\loop"), Scratch().Path("a\\b")},
+                                                         {Scratch().Path("a\\b\\up"), Scratch().Path()},
+                                                         {Scratch().Path("a\\side"), Scratch().Path("a\\b")}};
+    for (const char* name : {"a", "a\\b", "a\\b\\loop", "a\\b\\up", "a\\side"})
+        MakeFolder(name);
     Scratch().Make("a\\b\\file");
-    const Loop own(Scratch().Path("a\\b\\loop"), Scratch().Path("a\\b"));
-    const Loop above(Scratch().Path("a\\b\\up"), Scratch().Path());
-    const Loop beside(Scratch().Path("a\\side"), Scratch().Path("a\\b"));
-    if (!own.Exists() || !above.Exists() || !beside.Exists())
-        GTEST_SKIP() << "no junction can be made here";
+    const ShownFileSystem system(
+        [&](std::string path) {
+            for (int depth = 0; depth < 4; ++depth) { // a link may lie behind another one
+                for (const auto& [link, target] : links) {
+                    if (path == link || path.starts_with(link + "\\"))
+                        path.replace(0, link.size(), target);
+                }
+            }
+            return path;
+        },
+        [](WIN32_FIND_DATAA& data) {
+            if (std::set<std::string>{"loop", "up", "side"}.contains(data.cFileName))
+                data.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+        });
     EXPECT_EQ(Names({"", "\\a", "\\a\\b", "\\a\\b\\file", "\\a\\b\\loop", "\\a\\b\\up", "\\a\\side", "\\a\\side\\file",
                      "\\a\\side\\loop", "\\a\\side\\up"}),
               Reached())
