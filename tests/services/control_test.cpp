@@ -6,8 +6,9 @@ namespace {
 
 using ServiceControl = kit::LibraryTest;
 
-TEST_F(ServiceControl, StoppedServiceIsStartedOnce)
+TEST_F(ServiceControl, ServiceIsStartedOnceControlledAndStoppedOnce)
 {
+    const kit::TraceLog log(Scratch().Path("trace.log"));
     TestService service("TarvoControl");
     service.Install("slow");
     DWORD exitCode = 9;
@@ -20,31 +21,14 @@ TEST_F(ServiceControl, StoppedServiceIsStartedOnce)
     EXPECT_EQ(0U, exitCode);
     EXPECT_EQ(0U, TARVO_StartService(nullptr, service.Name()));
     EXPECT_EQ(0, start.Calls());
-}
-
-TEST_F(ServiceControl, RunningServiceIsStoppedOnce)
-{
-    TestService service("TarvoControl");
-    service.Install("plain");
-    service.Start();
-    DWORD exitCode = 9;
+    EXPECT_EQ(0U, TARVO_SendUserControl(nullptr, service.Name(), 128));
+    EXPECT_EQ(0U, TARVO_SendUserControl(nullptr, service.Name(), 255));
+    EXPECT_TRUE(log.HasEach({"Called with [null] [TarvoControl] [0xFF]"}));
     EXPECT_EQ(0U, TARVO_StopService(nullptr, service.Name()));
     EXPECT_EQ(0U, TARVO_WaitForServiceState(nullptr, service.Name(), SERVICE_STOPPED, 10000, &exitCode));
     EXPECT_EQ(77U, exitCode);
     EXPECT_EQ(0U, TARVO_StopService(nullptr, service.Name()));
-    EXPECT_EQ("start 1 ", service.Recorded());
-}
-
-TEST_F(ServiceControl, UserControlReachesTheService)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    TestService service("TarvoControl");
-    service.Install("plain");
-    service.Start();
-    EXPECT_EQ(0U, TARVO_SendUserControl(nullptr, service.Name(), 128));
-    EXPECT_EQ(0U, TARVO_SendUserControl(nullptr, service.Name(), 255));
-    EXPECT_EQ("start 128 255 ", service.Recorded());
-    EXPECT_TRUE(log.Contains("Called with [null] [TarvoControl] [0xFF]"));
+    EXPECT_EQ("start 128 255 1 ", service.Recorded());
 }
 
 TEST_F(ServiceControl, StatusTellsTheInteractiveBitAndTheState)
@@ -58,8 +42,8 @@ TEST_F(ServiceControl, StatusTellsTheInteractiveBitAndTheState)
     EXPECT_EQ(0x100U, interactive);
     EXPECT_EQ(DWORD{SERVICE_STOPPED}, state);
     EXPECT_EQ(0U, TARVO_GetServiceStatus(nullptr, service.Name(), nullptr, nullptr));
-    EXPECT_TRUE(log.Contains("Detected status: interact=[256], state=[1]"));
-    EXPECT_TRUE(log.Contains("Detected status: interact=[-1], state=[-1]"));
+    EXPECT_TRUE(
+        log.HasEach({"Detected status: interact=[256], state=[1]", "Detected status: interact=[-1], state=[-1]"}));
 }
 
 TEST_F(ServiceControl, RightsAreToldByOpening)
@@ -70,21 +54,17 @@ TEST_F(ServiceControl, RightsAreToldByOpening)
     DWORD asked = 0;
     kit::ImportHook open("OpenServiceA", &OpenServiceA);
     open.Answer([&](SC_HANDLE manager, const char* name, DWORD access) {
-        asked = access;
-        return open.Original()(manager, name, access);
+        return open.Original()(manager, name, asked = access);
     });
-    const struct {
-        decltype(&TARVO_HaveStartStopRights) ask;
-        DWORD access;
-    } cases[] = {{TARVO_HaveChangeConfigRights, 3}, {TARVO_HaveStartStopRights, 0x34}};
-    for (const auto& row : cases) {
+    for (const auto& [ask, access] :
+         {std::pair(&TARVO_HaveChangeConfigRights, 3U), {&TARVO_HaveStartStopRights, 0x34U}}) {
         DWORD rights = 9;
-        EXPECT_EQ(0U, row.ask(nullptr, service.Name(), &rights));
+        EXPECT_EQ(0U, ask(nullptr, service.Name(), &rights));
         EXPECT_EQ(1U, rights);
-        EXPECT_EQ(row.access, asked);
-        EXPECT_EQ(0U, row.ask(nullptr, "TarvoMissing", &rights));
+        EXPECT_EQ(access, asked);
+        EXPECT_EQ(0U, ask(nullptr, "TarvoMissing", &rights));
         EXPECT_EQ(0U, rights);
-        EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, row.ask(nullptr, service.Name(), nullptr));
+        EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, ask(nullptr, service.Name(), nullptr));
     }
     EXPECT_EQ(2U, log.Count("HaveRights=[1]"));
 }
@@ -93,23 +73,19 @@ TEST_F(ServiceControl, InstallRightsAreToldByConnecting)
 {
     const kit::TraceLog log(Scratch().Path("trace.log"));
     kit::ImportHook open("OpenSCManagerA", &OpenSCManagerA);
-    DWORD access = 0;
-    open.Answer([&](const char* machine, const char* database, DWORD wanted) {
-        access = wanted;
-        return open.Original()(machine, database, wanted);
+    DWORD asked = 0;
+    open.Answer([&](const char* machine, const char* database, DWORD access) {
+        return open.Original()(machine, database, asked = access);
     });
     DWORD rights = 9;
     EXPECT_EQ(0U, TARVO_HaveInstallServiceRights(nullptr, &rights));
     EXPECT_EQ(1U, rights);
-    EXPECT_EQ(DWORD{SC_MANAGER_CREATE_SERVICE}, access);
+    EXPECT_EQ(DWORD{SC_MANAGER_CREATE_SERVICE}, asked);
     open.FailAll(ERROR_ACCESS_DENIED, SC_HANDLE{});
     EXPECT_EQ(0U, TARVO_HaveInstallServiceRights("there", &rights));
     EXPECT_EQ(0U, rights);
     EXPECT_EQ(0U, TARVO_HaveInstallServiceRights(nullptr, nullptr));
-    EXPECT_EQ(
-        (std::vector<size_t>{1, 1, 1}),
-        (std::vector<size_t>{log.Count("HaveRights=[1]"), log.Count("HaveRights=[0]"), log.Count("HaveRights=[-1]")}));
-    EXPECT_TRUE(log.Contains("Called with [there]"));
+    EXPECT_TRUE(log.HasEach({"HaveRights=[1]", "Called with [there]", "HaveRights=[0]", "HaveRights=[-1]"}));
 }
 
 /** The DLL's clock: a sleep moves it on and takes no time. */
@@ -156,13 +132,12 @@ constexpr WaitCase kWaits[] = {
 
 TEST_F(ServiceControl, WaitPollsOnceASecondAndThenJudges)
 {
-    const kit::TraceLog log(Scratch().Path("trace.log"));
     TestService service("TarvoControl");
     service.Install("plain");
     TARVO_SetLanguage(); // leaves a text that must stay
     for (const WaitCase& row : kWaits) {
         SCOPED_TRACE(row.fact);
-        const size_t before = log.Lines().size();
+        const kit::TraceLog log(Scratch().Path("trace.log"));
         const FakeClock clock(row.start);
         kit::ImportHook query("QueryServiceStatus", &QueryServiceStatus);
         query.Answer([&](SC_HANDLE, SERVICE_STATUS* status) {
@@ -177,23 +152,19 @@ TEST_F(ServiceControl, WaitPollsOnceASecondAndThenJudges)
         EXPECT_EQ("100 " + std::string(static_cast<size_t>(row.polls - 1), 's'), clock.Pauses());
         const bool timedOut = *row.line;
         EXPECT_EQ(timedOut ? 0U : 55U, exitCode);
-        std::vector<std::string> lines = log.Messages();
-        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
-        std::vector<std::string> expected = {"{ TARVO_WaitForServiceState",
-                                             "Called with [<Local Machine>] [TarvoControl] [0x4] [" +
-                                                 std::to_string(row.timeout) + "]"};
-        if (timedOut) {
-            expected.push_back("Service::WaitForState: Timeout " + std::string(row.line) +
-                               " waiting for service status elapsed, last status=2");
-            expected.push_back("WaitForState returned=[1460], Resultcode=[0x0]");
-            expected.push_back("GAS timeout problem found! srv=[TarvoControl], timeout=[" +
-                               std::to_string(row.timeout) + "]");
-        } else {
-            expected.push_back("WaitForState returned=[0], Resultcode=[0x37]");
-            expected.push_back("Function TARVO_WaitForServiceState OK.");
-        }
-        expected.push_back("} TARVO_WaitForServiceState");
-        EXPECT_EQ(expected, lines);
+        const std::string timeout = std::to_string(row.timeout);
+        std::vector<std::string> lines = {"{ TARVO_WaitForServiceState",
+                                          "Called with [<Local Machine>] [TarvoControl] [0x4] [" + timeout + "]"};
+        if (timedOut)
+            lines.insert(lines.end(), {"Service::WaitForState: Timeout " + std::string(row.line) +
+                                           " waiting for service status elapsed, last status=2",
+                                       "WaitForState returned=[1460], Resultcode=[0x0]",
+                                       "GAS timeout problem found! srv=[TarvoControl], timeout=[" + timeout + "]"});
+        else
+            lines.insert(lines.end(),
+                         {"WaitForState returned=[0], Resultcode=[0x37]", "Function TARVO_WaitForServiceState OK."});
+        lines.push_back("} TARVO_WaitForServiceState");
+        EXPECT_EQ(lines, log.Messages());
     }
     EXPECT_EQ(kit::SystemText(ERROR_INVALID_FUNCTION), kit::LastMessage());
 }

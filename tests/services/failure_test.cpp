@@ -1,6 +1,7 @@
 // A call of the system that fails: its code and text come out, all that was opened is closed, nothing is recorded.
 
 #include <functional>
+#include <map>
 
 #include "services/test_service.h"
 
@@ -8,11 +9,6 @@ namespace {
 
 constexpr char kMissing[] = "TarvoFailureNew";
 constexpr DWORD kCode = ERROR_SERVICE_DATABASE_LOCKED; // no call gives it here by itself
-
-struct Export {
-    const char* name;
-    std::function<DWORD(const char* service)> call;
-};
 
 DWORD Install(const char* service, BOOL change)
 {
@@ -23,7 +19,8 @@ DWORD Install(const char* service, BOOL change)
 DWORD number = 0;
 SERVICE_DESCRIPTIONA description = {};
 
-const Export kExports[] = {
+/** Each export, told to work on a service. */
+const std::map<std::string, std::function<DWORD(const char* service)>> kExports = {
     {"TARVO_InstallService", [](const char* service) { return Install(service, FALSE); }},
     {"TARVO_ChangeServiceConfig",
      [](const char* service) {
@@ -55,15 +52,6 @@ const Export kExports[] = {
      [](const char* service) { return TARVO_HaveStartStopRights(nullptr, service, &number); }},
     {"TARVO_HaveInstallServiceRights", [](const char*) { return TARVO_HaveInstallServiceRights(nullptr, &number); }},
 };
-
-const Export& Find(const std::string& name)
-{
-    for (const Export& row : kExports) {
-        if (row.name == name)
-            return row;
-    }
-    throw std::runtime_error(name);
-}
 
 /** Makes every call of a function fail with kCode. */
 using Failing = std::function<std::shared_ptr<void>()>;
@@ -113,13 +101,15 @@ struct FailureCase {
     const char* exportName;
     const char* failing; // the call
     Failing fail;
-    DWORD state;      // of the service as it is told
-    DWORD code;       // expected
-    const char* line; // the last before the closing one, "" for the error line
+    DWORD state;           // of the service as it is told
+    DWORD code;            // expected
+    const char* line;      // the last before the closing one, "" for the error line
+    const char* step = ""; // another line
 };
 
 const FailureCase kFailures[] = {
-    {"TARVO_InstallService", "CreateServiceA", Fails("CreateServiceA", &CreateServiceA), 0, kCode, ""},
+    {"TARVO_InstallService", "CreateServiceA", Fails("CreateServiceA", &CreateServiceA), 0, kCode, "",
+     "Installing service failed, error code: [1055]"},
     {"TARVO_InstallService", "LoadLibraryA for the description", Fails("LoadLibraryA", &LoadLibraryA), 0, 0,
      "Function TARVO_InstallService OK."},
     {"TARVO_ChangeServiceConfig", "ChangeServiceConfigA", Fails("ChangeServiceConfigA", &ChangeServiceConfigA), 0,
@@ -142,55 +132,31 @@ const FailureCase kFailures[] = {
      0, "Function TARVO_StopService OK."},
     {"TARVO_SendUserControl", "ControlService", Fails("ControlService", &ControlService), 0, kCode, ""},
     {"TARVO_GetServiceStatus", "QueryServiceStatus", Fails("QueryServiceStatus", &QueryServiceStatus), 0, kCode, ""},
-    {"TARVO_WaitForServiceState", "QueryServiceStatus", Fails("QueryServiceStatus", &QueryServiceStatus), 0, kCode, ""},
+    {"TARVO_WaitForServiceState", "QueryServiceStatus", Fails("QueryServiceStatus", &QueryServiceStatus), 0, kCode, "",
+     "Waiting for service [TarvoFailure] state failed"},
+    {"TARVO_WaitForServiceState", "OpenSCManagerA", Fails("OpenSCManagerA", &OpenSCManagerA), 0, kCode, "",
+     "Failed to open connection to SCM."},
+    {"TARVO_WaitForServiceState", "OpenServiceA", Fails("OpenServiceA", &OpenServiceA), 0, kCode, "",
+     "Failed to open service."},
+    {"TARVO_IsServiceInstalled", "OpenServiceA", Fails("OpenServiceA", &OpenServiceA), 0, kCode, "",
+     "Querying service failed."},
 };
 
 class ServiceFailure : public kit::LibraryTest {
 protected:
     /** Makes one call while something fails, and looks at everything but what it returns. */
-    void Run(const Export& row, const char* service, const Failing& fail, DWORD state, DWORD code, const char* line)
+    void Run(const FailureCase& row, const char* service)
     {
+        const std::string name = row.exportName;
         const kit::TraceLog log(Scratch().Path("trace.log"));
-        const std::string uninstallLog = Scratch().Path("uninstall.log");
-        TARVO_StartUninstallLogging(uninstallLog.c_str(), nullptr);
-        int opened = 0;
+        const std::string record = Record();
         std::optional<kit::ImportHook<decltype(&QueryServiceStatus)>> status;
-        if (state) {
+        if (row.state) {
             status.emplace("QueryServiceStatus", &QueryServiceStatus);
-            status->Answer([=](SC_HANDLE, SERVICE_STATUS* told) { return told->dwCurrentState = state, TRUE; });
+            status->Answer([&](SC_HANDLE, SERVICE_STATUS* told) { return told->dwCurrentState = row.state, TRUE; });
         }
         {
-            const CountingHooks hooks(opened);
-            const Disturbing close("CloseServiceHandle", &CloseServiceHandle);
-            const Disturbing free("FreeLibrary", &FreeLibrary);
-            const Disturbing localFree("LocalFree", &LocalFree);
-            const auto failing = fail();
-            EXPECT_EQ(code, row.call(service));
-            EXPECT_EQ(opened, close.Calls()) << "opened and closed";
-        }
-        std::vector<std::string> lines = log.Messages();
-        if (code) {
-            EXPECT_EQ(SystemTextWithLineEnd(code), kit::LastMessage());
-        }
-        const std::string error = "Function " + std::string(row.name) + " error: [" + std::to_string(code) + "] (" +
-                                  SystemTextWithLineEnd(code).substr(0, SystemTextWithLineEnd(code).find('\n'));
-        ASSERT_GT(lines.size(), 3U);
-        EXPECT_EQ("} " + std::string(row.name), lines.back());
-        EXPECT_EQ(*line ? line : error, lines[lines.size() - (*line ? 2 : 3)]);
-        const std::string name = row.name;
-        EXPECT_EQ(!code && (name == "TARVO_InstallService" || name == "TARVO_ChangeServiceConfig"),
-                  kit::FileExists(uninstallLog))
-            << "recorded";
-        DeleteFileA(uninstallLog.c_str());
-    }
-
-private:
-    /** Count what the DLL opens. */
-    struct CountingHooks {
-        explicit CountingHooks(int& opened)
-            : manager("OpenSCManagerA", &OpenSCManagerA), open("OpenServiceA", &OpenServiceA),
-              create("CreateServiceA", &CreateServiceA)
-        {
+            int opened = 0;
             const auto count = [&opened](auto& hook) {
                 hook.Answer([&opened, &hook](auto... arguments) {
                     const SC_HANDLE handle = hook.Original()(arguments...);
@@ -198,14 +164,35 @@ private:
                     return handle;
                 });
             };
+            kit::ImportHook manager("OpenSCManagerA", &OpenSCManagerA);
+            kit::ImportHook open("OpenServiceA", &OpenServiceA);
+            kit::ImportHook create("CreateServiceA", &CreateServiceA);
             count(manager);
             count(open);
             count(create);
+            const Disturbing close("CloseServiceHandle", &CloseServiceHandle);
+            const Disturbing free("FreeLibrary", &FreeLibrary);
+            const Disturbing localFree("LocalFree", &LocalFree);
+            const auto failing = row.fail();
+            EXPECT_EQ(row.code, kExports.at(name)(service));
+            EXPECT_EQ(opened, close.Calls()) << "opened and closed";
         }
-        kit::ImportHook<decltype(&OpenSCManagerA)> manager;
-        kit::ImportHook<decltype(&OpenServiceA)> open;
-        kit::ImportHook<decltype(&CreateServiceA)> create;
-    };
+        const std::vector<std::string> lines = log.Messages();
+        const std::string text = SystemTextWithLineEnd(row.code);
+        if (row.code) {
+            EXPECT_EQ(text, kit::LastMessage());
+        }
+        const std::string error =
+            "Function " + name + " error: [" + std::to_string(row.code) + "] (" + text.substr(0, text.find('\n'));
+        ASSERT_GT(lines.size(), 3U);
+        EXPECT_EQ("} " + name, lines.back());
+        EXPECT_EQ(*row.line ? row.line : error, lines[lines.size() - (*row.line ? 2 : 3)]);
+        EXPECT_TRUE(log.HasEach({row.step}));
+        EXPECT_EQ(!row.code && (name == "TARVO_InstallService" || name == "TARVO_ChangeServiceConfig"),
+                  kit::FileExists(record))
+            << "recorded";
+        DeleteFileA(record.c_str());
+    }
 };
 
 TEST_F(ServiceFailure, OfOneCallGivesItsCodeAndText)
@@ -216,53 +203,19 @@ TEST_F(ServiceFailure, OfOneCallGivesItsCodeAndText)
         SCOPED_TRACE(std::string(row.exportName) + ", " + row.failing);
         TestService missing(kMissing);
         const bool installs = std::string(row.exportName) == "TARVO_InstallService";
-        Run(Find(row.exportName), installs ? kMissing : service.Name(), row.fail, row.state, row.code, row.line);
+        Run(row, installs ? kMissing : service.Name());
         EXPECT_EQ(installs && !row.code, missing.Exists());
     }
 }
 
-TEST_F(ServiceFailure, ToConnectEndsEveryExport)
+TEST_F(ServiceFailure, ToConnectOrOpenEndsAllButTheQuestionsOfRights)
 {
-    for (const Export& row : kExports) {
-        SCOPED_TRACE(row.name);
-        Run(row, kMissing, Fails("OpenSCManagerA", &OpenSCManagerA), 0, kCode, "");
-    }
-}
-
-TEST_F(ServiceFailure, ToOpenTheServiceEndsAllButTheQuestionsOfRights)
-{
-    for (const Export& row : kExports) {
-        SCOPED_TRACE(row.name);
-        const bool asks = std::string(row.name).find("TARVO_Have") == 0;
-        Run(row, kMissing, Fails("OpenServiceA", &OpenServiceA), 0, asks ? 0 : kCode,
-            asks ? ("Function " + std::string(row.name) + " OK.").c_str() : "");
-    }
-}
-
-TEST_F(ServiceFailure, NamesTheStepOfAWaitOrAQuestion)
-{
-    const struct {
-        const char* exportName;
-        Failing fail;
-        const char* line;
-    } cases[] = {
-        {"TARVO_WaitForServiceState", Fails("OpenSCManagerA", &OpenSCManagerA), "Failed to open connection to SCM."},
-        {"TARVO_WaitForServiceState", Fails("OpenServiceA", &OpenServiceA), "Failed to open service."},
-        {"TARVO_WaitForServiceState", Fails("QueryServiceStatus", &QueryServiceStatus),
-         "Waiting for service [TarvoFailure] state failed"},
-        {"TARVO_IsServiceInstalled", Fails("OpenServiceA", &OpenServiceA), "Querying service failed."},
-        {"TARVO_InstallService", Fails("CreateServiceA", &CreateServiceA),
-         "Installing service failed, error code: [1055]"},
-    };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.line);
-        TestService service("TarvoFailure");
-        if (std::string(row.exportName) != "TARVO_InstallService")
-            service.Install("plain");
-        const kit::TraceLog log(Scratch().Path("trace.log"));
-        const auto failing = row.fail();
-        EXPECT_EQ(kCode, Find(row.exportName).call(service.Name()));
-        EXPECT_EQ(1U, log.Count(row.line));
+    for (const auto& [name, call] : kExports) {
+        SCOPED_TRACE(name);
+        const bool asks = name.starts_with("TARVO_Have");
+        const std::string asked = asks ? "Function " + name + " OK." : "";
+        Run({name.c_str(), "", Fails("OpenSCManagerA", &OpenSCManagerA), 0, kCode, ""}, kMissing);
+        Run({name.c_str(), "", Fails("OpenServiceA", &OpenServiceA), 0, asks ? 0 : kCode, asked.c_str()}, kMissing);
     }
 }
 

@@ -96,14 +96,12 @@ TEST_F(HardwareProfile, FailuresGiveTheirCode)
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, Enable(nullptr));
     EXPECT_TRUE(log.Contains("Passed NULL as parameter"));
     {
-        kit::ImportHook set("RegSetValueExA", &RegSetValueExA);
-        set.Answer([](auto...) { return LSTATUS{ERROR_DISK_FULL}; });
+        const kit::ImportHook set("RegSetValueExA", &RegSetValueExA, 0, ERROR_DISK_FULL);
         EXPECT_EQ(DWORD{ERROR_DISK_FULL}, Enable("TarvoNode"));
         EXPECT_TRUE(log.Contains("Failed to set registry value [" + std::string(kNodes) +
                                  "ROOT\\LEGACY_TARVONODE\\0000|CSConfigFlags]."));
     }
-    kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA);
-    open.Answer([](auto...) { return LSTATUS{ERROR_ACCESS_DENIED}; });
+    const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
     EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, Enable("TarvoNode"));
     EXPECT_TRUE(log.Contains("\\0000], code: [5]."));
     EXPECT_EQ(kit::RegistryValue::Dword(7), node.Flags());

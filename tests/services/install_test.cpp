@@ -16,23 +16,11 @@ protected:
     {
         LibraryTest::SetUp();
         log_.emplace(Scratch().Path("trace.log"));
-        TARVO_StartUninstallLogging(Scratch().Path("uninstall.log").c_str(), nullptr);
-    }
-
-    void TearDown() override
-    {
-        log_.reset();
-        LibraryTest::TearDown();
+        record_ = Record();
     }
 
     const kit::TraceLog& Log() const { return *log_; }
-
-    /** @return what is recorded so far. */
-    std::string Recorded()
-    {
-        const std::string path = Scratch().Path("uninstall.log");
-        return kit::FileExists(path) ? kit::ReadFile(path) : "";
-    }
+    std::string Recorded() const { return kit::FileExists(record_) ? kit::ReadFile(record_) : ""; }
 
     static DWORD Install(const TestService& service, const char* path, DWORD type = kOwn, BOOL change = FALSE)
     {
@@ -42,6 +30,7 @@ protected:
 
 private:
     std::optional<kit::TraceLog> log_;
+    std::string record_;
 };
 
 TEST_F(ServiceInstallation, NewServiceIsDescribedEnabledAndRecorded)
@@ -52,10 +41,10 @@ TEST_F(ServiceInstallation, NewServiceIsDescribedEnabledAndRecorded)
               ConfigOf(service.Name()));
     EXPECT_EQ("Shown name", DescriptionOf(service.Name()));
     EXPECT_EQ("[Services]\r\nTarvoInstallation=1\r\n", Recorded());
-    EXPECT_TRUE(Log().Contains("Called with: [<Local Machine>] [TarvoInstallation] [Shown name] [16] [3]"));
-    EXPECT_TRUE(Log().Contains("Called with: binpath=[\"C:\\x.exe\" -s], account=[null] [null], change=[0]"));
-    EXPECT_TRUE(Log().Contains("Called with: [<Local Machine>] [TarvoInstallation] [<Current HWProfile>] "
-                               "[<Current ControlSet>]"));
+    EXPECT_TRUE(Log().HasEach(
+        {"Called with: [<Local Machine>] [TarvoInstallation] [Shown name] [16] [3]",
+         "Called with: binpath=[\"C:\\x.exe\" -s], account=[null] [null], change=[0]",
+         "Called with: [<Local Machine>] [TarvoInstallation] [<Current HWProfile>] [<Current ControlSet>]"}));
 }
 
 TEST_F(ServiceInstallation, ExistingServiceIsChangedOnlyIfAsked)
@@ -63,8 +52,7 @@ TEST_F(ServiceInstallation, ExistingServiceIsChangedOnlyIfAsked)
     TestService service("TarvoInstallation");
     service.Install("plain");
     const std::string before = ConfigOf(service.Name());
-    EXPECT_EQ(DWORD{ERROR_FILE_EXISTS}, Install(service, "C:\\new.exe"));
-    EXPECT_EQ(kit::SystemText(ERROR_FILE_EXISTS), kit::LastMessage());
+    EXPECT_TRUE(kit::Gives(ERROR_FILE_EXISTS, Install(service, "C:\\new.exe")));
     EXPECT_EQ(before, ConfigOf(service.Name()));
     EXPECT_EQ("", Recorded());
     EXPECT_EQ(0U, Install(service, "C:\\new.exe", kOwn, TRUE));
@@ -95,10 +83,10 @@ TEST_F(ServiceInstallation, PathOfAProgramIsQuotedAsAWhole)
         const std::string expected = "path [" + std::string(row.expected) + "]";
         TestService service("TarvoInstallation");
         EXPECT_EQ(0U, Install(service, row.given, row.type));
-        EXPECT_NE(std::string::npos, ConfigOf(service.Name()).find(expected)) << ConfigOf(service.Name());
+        EXPECT_NE(std::string::npos, ConfigOf(service.Name()).find(expected)) << "installed";
         EXPECT_EQ(0U, TARVO_ChangeServiceConfig(nullptr, service.Name(), kDemand, row.type, row.given, nullptr, nullptr,
                                                 nullptr));
-        EXPECT_NE(std::string::npos, ConfigOf(service.Name()).find(expected)) << ConfigOf(service.Name());
+        EXPECT_NE(std::string::npos, ConfigOf(service.Name()).find(expected)) << "changed";
     }
 }
 

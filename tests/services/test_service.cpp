@@ -16,7 +16,6 @@ constexpr Mode kModes[] = {
     {"slow", 1500, SERVICE_ACCEPT_STOP, true},
     {"refuses", 0, 0, true},
     {"ignores", 0, SERVICE_ACCEPT_STOP, false},
-    {"never-runs", INFINITE, SERVICE_ACCEPT_STOP, true},
 };
 
 // Of the service process.
@@ -107,19 +106,16 @@ private:
 
 } // namespace
 
-std::string TestService::Program(const std::string& modeName) const
+void TestService::Install(const std::string& modeName, DWORD type)
 {
     char program[MAX_PATH] = {};
     GetModuleFileNameA(nullptr, program, sizeof program);
-    return "\"" + std::string(program) + "\" --child service \"" + modeName + "," + folder_.Path("record") + "\"";
-}
-
-void TestService::Install(const std::string& modeName, DWORD type)
-{
+    const std::string path =
+        "\"" + std::string(program) + "\" --child service \"" + modeName + "," + folder_.Path("record") + "\"";
     const OpenedService opened(name_);
     const SC_HANDLE service =
         CreateServiceA(opened.Manager(), Name(), Name(), SERVICE_ALL_ACCESS, type, SERVICE_DEMAND_START,
-                       SERVICE_ERROR_NORMAL, Program(modeName).c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
+                       SERVICE_ERROR_NORMAL, path.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
     ASSERT_TRUE(service) << GetLastError();
     CloseServiceHandle(service);
 }
@@ -137,9 +133,7 @@ bool TestService::Exists() const
 
 bool TestService::IsGone() const
 {
-    for (int attempt = 0; attempt < 500 && Exists(); ++attempt)
-        Sleep(10);
-    return !Exists();
+    return Reaches(0);
 }
 
 DWORD TestService::State() const
@@ -149,12 +143,9 @@ DWORD TestService::State() const
 
 bool TestService::Reaches(DWORD state) const
 {
-    for (int attempt = 0; attempt < 500; ++attempt) {
-        if (State() == state)
-            return true;
+    for (int attempt = 0; attempt < 500 && State() != state; ++attempt)
         Sleep(10);
-    }
-    return false;
+    return State() == state;
 }
 
 std::string TestService::Recorded() const

@@ -13,7 +13,6 @@
  *   slow         is start pending for a second and a half first
  *   refuses      runs and accepts no stop
  *   ignores      runs, accepts the stop and goes on
- *   never-runs   stays start pending
  * It is killed and deleted, whoever installed it, when this goes away.
  */
 class TestService {
@@ -25,9 +24,6 @@ public:
 
     const char* Name() const { return name_.c_str(); }
 
-    /** @return the command line of the service program, the program in quotes. */
-    std::string Program(const std::string& mode) const;
-
     void Install(const std::string& mode, DWORD type = SERVICE_WIN32_OWN_PROCESS);
 
     /** Starts it and waits until it is in that state. */
@@ -35,7 +31,7 @@ public:
 
     bool Exists() const;
 
-    /** Waits some seconds: the manager keeps a removed service until it has stopped. @return whether it is gone */
+    /** Waits: the manager keeps a removed service until it has stopped. @return whether it is gone */
     bool IsGone() const;
 
     /** @return the state, or 0 without such a service. */
