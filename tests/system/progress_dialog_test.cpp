@@ -19,13 +19,6 @@ void DispatchMessages()
         DispatchMessageA(&message);
 }
 
-std::string TextOf(HWND window)
-{
-    char text[256] = {};
-    GetWindowTextA(window, text, sizeof text);
-    return text;
-}
-
 class ProgressDialog : public kit::LibraryTest {
 protected:
     void SetUp() override
@@ -43,19 +36,21 @@ TEST_F(ProgressDialog, IsShownReplacedAndHidden)
     const HWND first = FindDialog("Tarvo one");
     ASSERT_TRUE(first);
     EXPECT_TRUE(IsWindowVisible(first));
-    EXPECT_EQ("Copying files...", TextOf(GetDlgItem(first, kMessageControl)));
+    char text[256] = {};
+    GetDlgItemTextA(first, kMessageControl, text, sizeof text);
+    EXPECT_STREQ("Copying files...", text);
     EXPECT_FALSE(log.Contains("{ TARVO_HideProgressDialog"));
     EXPECT_EQ(0U, TARVO_ShowProgressDialog(nullptr, "Tarvo two", "Registering..."));
     EXPECT_FALSE(IsWindow(first));
     const HWND second = FindDialog("Tarvo two");
-    EXPECT_EQ("Registering...", TextOf(GetDlgItem(second, kMessageControl)));
+    GetDlgItemTextA(second, kMessageControl, text, sizeof text);
+    EXPECT_STREQ("Registering...", text);
     EXPECT_EQ(1U, log.Count("{ TARVO_HideProgressDialog"));
     EXPECT_EQ(0U, TARVO_HideProgressDialog());
     EXPECT_FALSE(IsWindow(second));
     EXPECT_EQ(0U, TARVO_HideProgressDialog()) << "none is shown";
-    EXPECT_TRUE(log.Contains("ParentWND=[0], Caption=[Tarvo two], Message=[Registering...]"));
-    EXPECT_EQ(2U, log.Count("Initializing Progress dialog..."));
-    EXPECT_EQ(2U, log.Count("Showing dialog..."));
+    EXPECT_TRUE(log.HasEach({"ParentWND=[0], Caption=[Tarvo two], Message=[Registering...]",
+                             "Initializing Progress dialog...", "Showing dialog..."}));
 }
 
 TEST_F(ProgressDialog, StandsInTheMiddleOfTheScreen)
@@ -99,8 +94,7 @@ TEST_F(ProgressDialog, FailureLeavesNoWindow)
         EXPECT_FALSE(FindDialog("")) << "without its caption";
     };
     {
-        kit::ImportHook create("CreateDialogParamA", &CreateDialogParamA);
-        create.FailAll(ERROR_NOT_ENOUGH_MEMORY, nullptr);
+        const kit::ImportHook create("CreateDialogParamA", &CreateDialogParamA, ERROR_NOT_ENOUGH_MEMORY, nullptr);
         check("Unable to create dialog");
     }
     {
@@ -111,10 +105,9 @@ TEST_F(ProgressDialog, FailureLeavesNoWindow)
         check("Unable to set dialog's message");
     }
     const kit::TraceLog log(Scratch().Path("trace.log"));
-    kit::ImportHook find("GetDlgItem", &GetDlgItem);
-    find.FailAll(ERROR_CONTROL_ID_NOT_FOUND, nullptr);
+    const kit::ImportHook find("GetDlgItem", &GetDlgItem, ERROR_CONTROL_ID_NOT_FOUND, nullptr);
     check("Unable to receive dialog's control");
-    EXPECT_TRUE(log.Contains("Unable to get dialog's control"));
+    EXPECT_TRUE(log.HasEach({"Unable to get dialog's control"}));
 }
 
 } // namespace

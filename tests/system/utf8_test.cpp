@@ -66,20 +66,6 @@ TEST_F(Converters, TextAndSizes)
     }
 }
 
-TEST_F(Converters, EachCharacterOfTheCodePageComesBack)
-{
-    std::string all;
-    for (int byte = 1; byte < 256; ++byte)
-        all += static_cast<char>(byte);
-    char utf8[1000];
-    char back[300];
-    int size = sizeof utf8;
-    ASSERT_EQ(0U, TARVO_MultiByteToUtf8(all.c_str(), kWestern, utf8, &size));
-    size = sizeof back;
-    ASSERT_EQ(0U, TARVO_Utf8ToMultiByte(utf8, back, kWestern, &size));
-    EXPECT_EQ(all, back);
-}
-
 TEST_F(Converters, EachFailingConversionGivesItsCode)
 {
     for (const int failing : {1, 2}) {
