@@ -19,21 +19,13 @@ std::string Text(const wchar_t* text)
     return narrow;
 }
 
-std::string Join(std::initializer_list<std::string> fields)
-{
-    std::string joined;
-    for (const std::string& field : fields)
-        joined += joined.empty() ? field : ", " + field;
-    return joined;
-}
-
 /** Takes every network call down as one line and answers all with one status. */
 class Network {
 public:
     Network()
     {
         controller_.Answer([this](const wchar_t* server, const wchar_t* domain, BYTE** buffer) {
-            calls.push_back(Join({"GetDCName", Text(server), Text(domain)}));
+            Note({"GetDCName", Text(server), Text(domain)});
             if (controllerStatus)
                 return controllerStatus;
             void* name = nullptr;
@@ -86,7 +78,9 @@ private:
 
     NET_API_STATUS Note(std::initializer_list<std::string> fields)
     {
-        calls.push_back(Join(fields));
+        std::string& call = calls.emplace_back();
+        for (const std::string& field : fields)
+            call += call.empty() ? field : ", " + field;
         return status;
     }
 
@@ -209,8 +203,7 @@ TEST_F(Accounts, WithoutAControllerNothingElseIsCalled)
     EXPECT_EQ(DWORD{NERR_DCNotFound}, TARVO_CreateAccount("DOM", "bob", "x", 1, 0));
     EXPECT_EQ("Could not find the domain controller for the domain", kit::LastMessage());
     network.controllerStatus = ERROR_BAD_NETPATH;
-    EXPECT_EQ(DWORD{ERROR_BAD_NETPATH}, TARVO_DeleteAccount("DOM", "bob"));
-    EXPECT_EQ(kit::SystemText(ERROR_BAD_NETPATH), kit::LastMessage());
+    EXPECT_TRUE(kit::Gives(ERROR_BAD_NETPATH, TARVO_DeleteAccount("DOM", "bob")));
     EXPECT_EQ(Calls(2, "GetDCName, NULL, DOM"), network.calls);
     EXPECT_EQ(0, network.Frees());
 }
@@ -238,7 +231,6 @@ TEST_F(Accounts, UnimplementedExportsSaySo)
 {
     for (const auto call : {&TARVO_DlgCreateAccount, &TARVO_DeleteShare, &TARVO_DlgCreateSharedFolder,
                             &TARVO_SetPermissions, &TARVO_DlgSetPermissions}) {
-        TARVO_GetSecurityPolicy();
         TARVO_SetFileSecurity(nullptr, nullptr, 0, 0, 0); // another text
         EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, call());
         EXPECT_EQ("Function unimplemented", kit::LastMessage());

@@ -67,27 +67,37 @@ public:
     BrowserWindow& operator=(const BrowserWindow&) = delete;
 
     HWND Get() const { return window_; }
-    static inline std::string title;
-    static inline std::string selection;
-    static inline WPARAM enabledByWord;
-    static inline LPARAM enabledByLong;
+    static std::vector<std::string> TakeNotes() { return std::exchange(notes, {}); }
 
 private:
     static LRESULT CALLBACK Note(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     {
+        const auto text = reinterpret_cast<const char*>(lParam);
         if (message == WM_SETTEXT)
-            title = reinterpret_cast<const char*>(lParam);
+            notes.push_back(std::string("title ") + text);
         if (message == BFFM_SETSELECTIONA && wParam == TRUE)
-            selection = reinterpret_cast<const char*>(lParam);
-        if (message == BFFM_ENABLEOK) {
-            enabledByWord = wParam;
-            enabledByLong = lParam;
-        }
+            notes.push_back(std::string("select ") + text);
+        if (message == BFFM_ENABLEOK)
+            notes.push_back("enable " + std::to_string(wParam) + std::to_string(lParam));
         return DefWindowProcA(window, message, wParam, lParam);
     }
 
+    static inline std::vector<std::string> notes;
     HWND window_;
 };
+
+HWND FindBelow(HWND window, const char* className)
+{
+    for (HWND child = nullptr; (child = FindWindowExA(window, child, nullptr, nullptr));) {
+        char name[32] = {};
+        GetClassNameA(child, name, sizeof name);
+        if (strcmp(name, className) == 0)
+            return child;
+        if (const HWND below = FindBelow(child, className))
+            return below;
+    }
+    return nullptr;
+}
 
 class FolderPicker : public kit::LibraryTest {
 protected:
@@ -119,8 +129,7 @@ protected:
 
     static std::string SelectedText(HWND dialog)
     {
-        HWND tree = nullptr;
-        EnumChildWindows(dialog, &IsTree, reinterpret_cast<LPARAM>(&tree));
+        HWND tree = FindBelow(dialog, "SysTreeView32");
         char text[MAX_PATH] = {};
         TVITEMA item = {};
         item.mask = TVIF_TEXT;
@@ -129,16 +138,6 @@ protected:
         item.cchTextMax = sizeof text;
         SendMessageA(tree, TVM_GETITEMA, 0, reinterpret_cast<LPARAM>(&item));
         return text;
-    }
-
-    static BOOL CALLBACK IsTree(HWND window, LPARAM found)
-    {
-        char name[32] = {};
-        GetClassNameA(window, name, sizeof name);
-        if (strcmp(name, "SysTreeView32") != 0)
-            return TRUE;
-        *reinterpret_cast<HWND*>(found) = window;
-        return FALSE;
     }
 
     static void ExpectNoCom()
@@ -171,10 +170,9 @@ TEST_F(FolderPicker, ChosenFolderComesBackAndTheCurrentOneStays)
     GetCurrentDirectoryA(sizeof current, current);
     EXPECT_STRCASEEQ("C:\\windows", current);
     ExpectNoCom();
-    EXPECT_TRUE(log.Contains("hParentWnd = [0], pchTitle = [Tarvo title], pchInstructions = [Instructions], "
-                             "bEditBoxEnable = [0], bNewDialogStyle = [0], bMyComputerOnly = [0]."));
-    EXPECT_TRUE(log.Contains("Calling SHBrowseForFolder..."));
-    EXPECT_TRUE(log.Contains("Selected folder: ["));
+    EXPECT_TRUE(log.HasEach({"hParentWnd = [0], pchTitle = [Tarvo title], pchInstructions = [Instructions], "
+                             "bEditBoxEnable = [0], bNewDialogStyle = [0], bMyComputerOnly = [0].",
+                             "Calling SHBrowseForFolder...", "Selected folder: ["}));
 }
 
 TEST_F(FolderPicker, CancellingChangesNothing)
@@ -236,15 +234,15 @@ TEST_F(FolderPicker, BrowserIsAskedForFoldersOfTheFileSystem)
         BOOL editBox, newStyle, computerOnly;
         UINT flags;
         const char* folder;
-        std::string selection;
+        std::vector<std::string> notes;
     };
     const std::string chosen = kChosen;
     const AskCase cases[] = {
-        {FALSE, FALSE, FALSE, 0x09, chosen.c_str(), chosen},
-        {TRUE, FALSE, FALSE, 0x19, "", "none"},
-        {FALSE, TRUE, FALSE, 0x49, "\\\\srv\\share", "none"},
-        {TRUE, TRUE, TRUE, 0x59, "Q:\\nothing\\here", "none"},
-        {FALSE, FALSE, TRUE, 0x09, "C:", "C:"},
+        {FALSE, FALSE, FALSE, 0x09, chosen.c_str(), {"title Title", "select " + chosen}},
+        {TRUE, FALSE, FALSE, 0x19, "", {"title Title"}},
+        {FALSE, TRUE, FALSE, 0x49, "\\\\srv\\share", {"title Title"}},
+        {TRUE, TRUE, TRUE, 0x59, "Q:\\nothing\\here", {"title Title"}},
+        {FALSE, FALSE, TRUE, 0x09, "C:", {"title Title", "select C:"}},
     };
     kit::ImportHook browse("SHBrowseForFolderA", &SHBrowseForFolderA);
     for (const AskCase& row : cases) {
@@ -253,24 +251,16 @@ TEST_F(FolderPicker, BrowserIsAskedForFoldersOfTheFileSystem)
             EXPECT_EQ(row.flags, info->ulFlags);
             EXPECT_EQ(row.computerOnly, info->pidlRoot != nullptr);
             EXPECT_TRUE(info->pszDisplayName && strcmp(info->lpszTitle, "Text") == 0 && info->iImage == 0);
-            BrowserWindow::selection = "none";
-            BrowserWindow::title = "";
             const BrowserWindow window;
             EXPECT_EQ(0, info->lpfn(window.Get(), BFFM_INITIALIZED, 0, info->lParam));
-            EXPECT_EQ("Title", BrowserWindow::title);
-            EXPECT_EQ(row.selection, BrowserWindow::selection);
-            LPITEMIDLIST drives = nullptr;
-            SHGetSpecialFolderLocation(nullptr, CSIDL_DRIVES, &drives);
-            LPITEMIDLIST windows = nullptr;
-            SHGetSpecialFolderLocation(nullptr, CSIDL_WINDOWS, &windows);
-            for (const LPITEMIDLIST list : {windows, drives}) {
-                BrowserWindow::enabledByWord = 77;
+            EXPECT_EQ(row.notes, BrowserWindow::TakeNotes());
+            for (const auto& [folder, note] : {std::pair(CSIDL_WINDOWS, "enable 11"), {CSIDL_DRIVES, "enable 00"}}) {
+                LPITEMIDLIST list = nullptr;
+                SHGetSpecialFolderLocation(nullptr, folder, &list);
                 EXPECT_EQ(0, info->lpfn(window.Get(), BFFM_SELCHANGED, reinterpret_cast<LPARAM>(list), info->lParam));
-                EXPECT_EQ(list == windows, BrowserWindow::enabledByWord == TRUE);
-                EXPECT_EQ(BrowserWindow::enabledByWord, static_cast<WPARAM>(BrowserWindow::enabledByLong));
+                EXPECT_EQ(std::vector<std::string>{note}, BrowserWindow::TakeNotes());
+                CoTaskMemFree(list);
             }
-            CoTaskMemFree(drives);
-            CoTaskMemFree(windows);
             return nullptr;
         });
         SetFolder(row.folder);
@@ -278,8 +268,7 @@ TEST_F(FolderPicker, BrowserIsAskedForFoldersOfTheFileSystem)
                                                     row.computerOnly, folder_));
         EXPECT_STREQ(row.folder, folder_);
     }
-    kit::ImportHook locate("SHGetSpecialFolderLocation", &SHGetSpecialFolderLocation);
-    locate.FailAll(0, E_FAIL);
+    const kit::ImportHook locate("SHGetSpecialFolderLocation", &SHGetSpecialFolderLocation, 0, E_FAIL);
     browse.Answer([](BROWSEINFOA* info) {
         EXPECT_FALSE(info->pidlRoot);
         return LPITEMIDLIST{};
@@ -290,15 +279,12 @@ TEST_F(FolderPicker, BrowserIsAskedForFoldersOfTheFileSystem)
 TEST_F(FolderPicker, FailuresGiveTheirCodesAndLeaveComBalanced)
 {
     {
-        kit::ImportHook allocator("SHGetMalloc", &SHGetMalloc);
-        allocator.FailAll(0, E_FAIL);
-        EXPECT_EQ(8U, Select());
-        EXPECT_EQ(kit::SystemText(8), kit::LastMessage());
+        const kit::ImportHook allocator("SHGetMalloc", &SHGetMalloc, 0, E_FAIL);
+        EXPECT_TRUE(kit::Gives(8, Select()));
     }
     ExpectNoCom();
     const Person person([&](HWND dialog) { return Choose(dialog); });
-    kit::ImportHook path("SHGetPathFromIDListA", &SHGetPathFromIDListA);
-    path.FailAll(0, FALSE);
+    const kit::ImportHook path("SHGetPathFromIDListA", &SHGetPathFromIDListA, 0, FALSE);
     EXPECT_EQ(DWORD{ERROR_BAD_PATHNAME}, Select());
     EXPECT_STREQ("as it was", folder_);
     ExpectNoCom();

@@ -55,25 +55,18 @@ TEST_F(UserPicker, AsksWithARecordOf36Bytes)
     EXPECT_TRUE(request[4] && !*play_->title);
     EXPECT_TRUE(request[5] == 0 && request[6] == 0x100A && request[7] == 0 && request[8] == 0);
     EXPECT_EQ(2047U, play_->bufferSize);
-    for (const char* line : {"], Domain=[null], flags=[0x100A]", "Received user=[DOMAIN\\account]",
-                             "Returning [1] (Canceled=[0])", "Returning user=[DOMAIN\\account]"})
-        EXPECT_TRUE(log.Contains(line)) << line;
+    EXPECT_TRUE(log.HasEach({"], Domain=[null], flags=[0x100A]", "Received user=[DOMAIN\\account]",
+                             "Returning [1] (Canceled=[0])", "Returning user=[DOMAIN\\account]"}));
 }
 
 TEST_F(UserPicker, NamesAreCutToTheBuffers)
 {
-    struct SizeCase {
-        DWORD size;
-        const char* user;
-    };
-    const SizeCase cases[] = {{8, "account"}, {7, "accoun"}, {2, "a"}, {1, ""}};
-    for (const SizeCase& row : cases) {
-        char user[16];
-        memset(user, '~', sizeof user);
+    for (const DWORD size : {8, 7, 2, 1}) {
+        char user[] = "~~~~~~~~~~~~~~~";
         char domain[] = "untouched";
-        EXPECT_EQ(0U, TARVO_DlgSelectUser(kOwner, user, row.size, domain, 0));
-        EXPECT_STREQ(row.user, user);
-        EXPECT_EQ('~', user[row.size]);
+        EXPECT_EQ(0U, TARVO_DlgSelectUser(kOwner, user, size, domain, 0));
+        EXPECT_EQ(std::string("account", size - 1), user);
+        EXPECT_EQ('~', user[size]);
         EXPECT_STREQ("untouched", domain);
     }
     play_->account = nullptr;
@@ -117,8 +110,7 @@ TEST_F(UserPicker, EachFailureIsToldByItsLine)
             check("At least one of the functions failed to load.");
         }
     }
-    kit::ImportHook load("LoadLibraryA", &LoadLibraryA);
-    load.FailAll(ERROR_MOD_NOT_FOUND, nullptr);
+    const kit::ImportHook load("LoadLibraryA", &LoadLibraryA, ERROR_MOD_NOT_FOUND, nullptr);
     check("netui2.dll failed to load.");
 }
 

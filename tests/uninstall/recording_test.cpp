@@ -16,8 +16,7 @@ protected:
         log_ = Scratch().Path("uninstall.log");
     }
 
-    void Start(const std::string& file) { EXPECT_EQ(0U, TARVO_StartUninstallLogging(file.c_str(), "plug-in")); }
-    void Start() { Start(log_); }
+    void Start() { EXPECT_EQ(0U, TARVO_StartUninstallLogging(log_.c_str(), "plug-in")); }
 
     std::string log_;
 };
@@ -33,9 +32,6 @@ TEST_F(UninstallRecording, SectionsAndLines)
     EXPECT_EQ(0U, TARVO_AddRollbackEntry("Own", nullptr, "item 2", FALSE));
     EXPECT_EQ(0U, TARVO_AddFileToUninstallLog(R"(C:\a=b\c d.txt)"));
     EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("empty", ""));
-    EXPECT_EQ((Texts{R"(C:\first=1)", R"(C:\a=b\c d.txt=1)"}), SectionLines(log_, "Files"));
-    EXPECT_EQ((Texts{"name=value = 2", "empty="}), SectionLines(log_, "Custom"));
-    EXPECT_EQ((Texts{"entry=value", "item=1", "item 2=1"}), SectionLines(log_, "Own"));
     Texts lines = LogLines(log_);
     std::erase(lines, ""); // a writer may set sections apart
     EXPECT_EQ((Texts{"[Files]", R"(C:\first=1)", R"(C:\a=b\c d.txt=1)", "[Custom]", "name=value = 2", "empty=", "[Own]",
@@ -97,10 +93,8 @@ TEST_F(UninstallRecording, StartThatFailsLeavesTheEarlierLog)
     SetFileAttributesA(second.c_str(), FILE_ATTRIBUTE_READONLY);
     Start();
     {
-        kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA);
-        set.FailAll(ERROR_ACCESS_DENIED, FALSE);
-        EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, TARVO_StartUninstallLogging(second.c_str(), nullptr));
-        EXPECT_EQ(kit::SystemText(ERROR_ACCESS_DENIED), kit::LastMessage());
+        const kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA, ERROR_ACCESS_DENIED, FALSE);
+        EXPECT_TRUE(kit::Gives(ERROR_ACCESS_DENIED, TARVO_StartUninstallLogging(second.c_str(), nullptr)));
     }
     EXPECT_EQ(87U, TARVO_StartUninstallLogging(nullptr, nullptr));
     EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
@@ -118,8 +112,7 @@ TEST_F(UninstallRecording, MissingTextsLeaveTheLogAsItIs)
     EXPECT_EQ(87U, TARVO_AddRollbackEntry("Own", "entry", nullptr, FALSE));
     EXPECT_EQ(87U, TARVO_AddFileToUninstallLog(nullptr));
     EXPECT_EQ(87U, TARVO_SetCustomUnInstallString(nullptr, "value"));
-    EXPECT_EQ(87U, TARVO_SetCustomUnInstallString("name", nullptr));
-    EXPECT_EQ(kit::SystemText(87), kit::LastMessage());
+    EXPECT_TRUE(kit::Gives(87, TARVO_SetCustomUnInstallString("name", nullptr)));
     EXPECT_EQ(before, LogLines(log_));
 }
 
@@ -127,8 +120,7 @@ TEST_F(UninstallRecording, FailureToWriteIsOnlyTraced)
 {
     Start();
     const kit::TraceLog trace(Scratch().Path("trace.log"));
-    kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA);
-    write.FailAll(ERROR_DISK_FULL, FALSE);
+    const kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA, ERROR_DISK_FULL, FALSE);
     EXPECT_EQ(0U, TARVO_AddFileToUninstallLog("item"));
     EXPECT_EQ(0U, TARVO_CreateRegistryEntry((Key().Locator("k") + R"(\\name|data)").c_str(), REG_SZ, FALSE));
     EXPECT_TRUE(kit::ReadValue(Key().Path("k"), "name"));
