@@ -33,22 +33,11 @@ public:
 private:
     static void CALLBACK Look(HWND, UINT, UINT_PTR timer, DWORD)
     {
-        HWND dialog = nullptr;
-        EnumThreadWindows(GetCurrentThreadId(), &IsDialog, reinterpret_cast<LPARAM>(&dialog));
-        if (!dialog)
-            return;
-        if (acting(dialog))
-            KillTimer(nullptr, timer);
-    }
-
-    static BOOL CALLBACK IsDialog(HWND window, LPARAM found)
-    {
-        char name[16] = {};
-        GetClassNameA(window, name, sizeof name);
-        if (strcmp(name, "#32770") != 0 || !IsWindowVisible(window))
-            return TRUE;
-        *reinterpret_cast<HWND*>(found) = window;
-        return FALSE;
+        for (HWND dialog = nullptr; (dialog = FindWindowExA(nullptr, dialog, "#32770", nullptr));) {
+            const bool isOurs = GetWindowThreadProcessId(dialog, nullptr) == GetCurrentThreadId();
+            if (isOurs && IsWindowVisible(dialog) && acting(dialog))
+                KillTimer(nullptr, timer);
+        }
     }
 
     static inline std::function<bool(HWND)> acting;
@@ -86,19 +75,6 @@ private:
     HWND window_;
 };
 
-HWND FindBelow(HWND window, const char* className)
-{
-    for (HWND child = nullptr; (child = FindWindowExA(window, child, nullptr, nullptr));) {
-        char name[32] = {};
-        GetClassNameA(child, name, sizeof name);
-        if (strcmp(name, className) == 0)
-            return child;
-        if (const HWND below = FindBelow(child, className))
-            return below;
-    }
-    return nullptr;
-}
-
 class FolderPicker : public kit::LibraryTest {
 protected:
     void SetUp() override
@@ -129,7 +105,7 @@ protected:
 
     static std::string SelectedText(HWND dialog)
     {
-        HWND tree = FindBelow(dialog, "SysTreeView32");
+        HWND tree = FindWindowExA(dialog, nullptr, "SysTreeView32", nullptr);
         char text[MAX_PATH] = {};
         TVITEMA item = {};
         item.mask = TVIF_TEXT;
