@@ -142,7 +142,10 @@ GuardedHeap::GuardedHeap(HMODULE module)
 
 GuardedHeap::~GuardedHeap()
 {
-    Forget();
+    // So that the next test does not report them again.
+    for (const auto& [address, block] : live)
+        region.Return(block.page, PagesFor(block.size));
+    live.clear();
 }
 
 void GuardedHeap::Patch(HMODULE module, const char* function, void* replacement)
@@ -167,15 +170,6 @@ std::string GuardedHeap::Leaks() const
     for (const auto& [address, block] : live)
         report += "  " + std::to_string(block.size) + " bytes, allocation " + std::to_string(block.number) + "\n";
     return report;
-}
-
-void GuardedHeap::Forget()
-{
-    while (!live.empty()) {
-        const auto first = live.begin();
-        region.Return(first->second.page, PagesFor(first->second.size));
-        live.erase(first);
-    }
 }
 
 } // namespace kit

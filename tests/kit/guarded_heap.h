@@ -21,8 +21,6 @@ class GuardedHeap {
 public:
     explicit GuardedHeap(HMODULE module);
     ~GuardedHeap();
-    GuardedHeap(const GuardedHeap&) = delete;
-    GuardedHeap& operator=(const GuardedHeap&) = delete;
 
     /** Lets the n-th allocation from now (1 is the next) return NULL; 0 takes that back. */
     void FailAllocation(unsigned n);
@@ -32,9 +30,6 @@ public:
 
     /** @return a line for each live block, size and number of its allocation; "" without any. */
     std::string Leaks() const;
-
-    /** Forgets the live blocks, so that the next test does not report them again. */
-    void Forget();
 
 private:
     void Patch(HMODULE module, const char* function, void* replacement);

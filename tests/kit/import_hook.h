@@ -102,8 +102,6 @@ public:
         patch_.reset();
         Thunks::holders[thunk_] = nullptr;
     }
-    ImportHook(const ImportHook&) = delete;
-    ImportHook& operator=(const ImportHook&) = delete;
 
     Function Original() const { return reinterpret_cast<Function>(patch_->Original()); }
 

@@ -1,6 +1,5 @@
 #include "kit/pending_value.h"
 
-#include <cstring>
 #include <exception>
 #include <stdexcept>
 
@@ -49,19 +48,15 @@ std::optional<PendingValue::Raw> PendingValue::ReadRaw()
     Raw raw = {};
     if (RegQueryValueExW(key.Get(), kName, nullptr, &raw.type, nullptr, &size) != ERROR_SUCCESS)
         return std::nullopt;
-    raw.bytes.resize(size);
-    RegQueryValueExW(key.Get(), kName, nullptr, &raw.type, raw.bytes.data(), &size);
+    raw.units.resize(size / sizeof(wchar_t));
+    RegQueryValueExW(key.Get(), kName, nullptr, &raw.type, reinterpret_cast<BYTE*>(raw.units.data()), &size);
     return raw;
 }
 
 PendingValue::Pairs PendingValue::Read()
 {
     Pairs pairs;
-    const std::optional<Raw> raw = ReadRaw();
-    if (!raw)
-        return pairs;
-    std::wstring units(raw->bytes.size() / sizeof(wchar_t), L'\0');
-    memcpy(units.data(), raw->bytes.data(), units.size() * sizeof(wchar_t));
+    const std::wstring units = ReadRaw().value_or(Raw{}).units;
     std::vector<std::string> texts;
     for (size_t at = 0; at < units.size();) {
         const size_t end = units.find(L'\0', at);
@@ -85,17 +80,11 @@ void PendingValue::Write(const Pairs& pairs)
     WriteRaw(units);
 }
 
-void PendingValue::WriteRaw(std::wstring_view units, DWORD type)
+void PendingValue::WriteRaw(const std::wstring& units, DWORD type)
 {
-    const auto* bytes = reinterpret_cast<const BYTE*>(units.data());
-    WriteRaw(Raw{type, {bytes, bytes + units.size() * sizeof(wchar_t)}});
-}
-
-void PendingValue::WriteRaw(const Raw& raw)
-{
-    const SessionManagerKey key;
     const LSTATUS code =
-        RegSetValueExW(key.Get(), kName, 0, raw.type, raw.bytes.data(), static_cast<DWORD>(raw.bytes.size()));
+        RegSetValueExW(SessionManagerKey().Get(), kName, 0, type, reinterpret_cast<const BYTE*>(units.data()),
+                       static_cast<DWORD>(units.size() * sizeof(wchar_t)));
     if (code != ERROR_SUCCESS)
         throw std::runtime_error("writing the pending value failed with " + std::to_string(code));
 }
@@ -111,7 +100,7 @@ try {
     if (PendingValue::ReadRaw() == before_)
         return;
     if (before_)
-        PendingValue::WriteRaw(*before_);
+        PendingValue::WriteRaw(before_->units, before_->type);
     else
         PendingValue::Remove();
 } catch (const std::exception& failure) {

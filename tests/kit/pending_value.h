@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -16,7 +15,7 @@ public:
     using Pairs = std::vector<std::pair<std::string, std::string>>; // stored forms; "" as target deletes
     struct Raw {
         DWORD type;
-        std::vector<BYTE> bytes; // UTF-16
+        std::wstring units; // as they are, closing zeros and all
         friend bool operator==(const Raw&, const Raw&) = default;
     };
 
@@ -25,9 +24,7 @@ public:
     static std::optional<Raw> ReadRaw();
 
     static void Write(const Pairs& pairs);
-    static void WriteRaw(const Raw& raw);
-    /** Writes UTF-16 units as they are, without adding zeros. */
-    static void WriteRaw(std::wstring_view units, DWORD type = REG_MULTI_SZ);
+    static void WriteRaw(const std::wstring& units, DWORD type = REG_MULTI_SZ);
     static void Remove();
 };
 

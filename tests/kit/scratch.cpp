@@ -41,12 +41,6 @@ private:
     HKEY key_ = nullptr;
 };
 
-HANDLE OpenToRead(const std::string& path)
-{
-    return CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                       OPEN_EXISTING, 0, nullptr);
-}
-
 } // namespace
 
 std::string ProgramFolder()
@@ -74,7 +68,8 @@ void WriteFile(const std::string& path, std::string_view content)
 
 std::string ReadFile(const std::string& path)
 {
-    const HANDLE file = OpenToRead(path);
+    const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         throw Failure("opening " + path);
     std::string content(GetFileSize(file, nullptr), '\0');

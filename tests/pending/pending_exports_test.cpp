@@ -25,6 +25,7 @@ const Pairs kThree = {kFirst, kSecond, kThird};
 const Pairs kEqual = {{R"(\??\C:\a)", ""}, {R"(\??\C:\b)", ""}, {R"(\??\C:\a)", ""}};
 const Pairs kNeighbours = {{R"(\??\C:\T\ab)", ""}, {R"(\??\C:\T\)", ""}};
 const Pairs kNotReplacing = {{R"(\??\C:\T\b)", R"(\??\C:\P\a)"}};
+const Pairs kSigns = {{"\\??\\C:\\[@", ""}}; // as far from the others as letters are
 const Pairs kTheirs = {{R"(\??\D:\x)", R"(\??\D:\y)"}};
 
 const PendingCase kScheduling[] = {
@@ -51,6 +52,7 @@ const PendingCase kRemoving[] = {
     {"UNC", {{R"(\??\UNC\s\x)", R"(!\??\UNC\s\y)"}, {R"(\??\s\x)", ""}}, R"(\\s\x)", R"(\\S\Y)", {{R"(\??\s\x)", ""}}},
     {"every one of equal pairs goes", kEqual, R"(C:\a)", nullptr, {kEqual[1]}},
     {"longer and shorter neighbours stay", kNeighbours, R"(C:\T\a)", nullptr, kNeighbours},
+    {"signs have no case", kSigns, "C:\\{`", nullptr, kSigns},
     {"a source is no target", kThree, nullptr, R"(C:\T\b)", kThree},
     {"nor a target a source", kThree, R"(C:\P\a)", nullptr, kThree},
     {"a target that does not replace is another one", kNotReplacing, nullptr, R"(C:\P\a)", kNotReplacing},
@@ -75,27 +77,25 @@ TEST_F(PendingExports, RemovingTakesWhatMatches)
 {
     for (const PendingCase& row : kRemoving)
         Check(row, &TARVO_RemovePendingFileOperation);
+    const PendingCase western = {"beyond ASCII", {{"\\??\\C:\\\xC4\x8C", ""}}, "C:\\\xE4\x9C", nullptr, {}};
+    if (GetACP() == 1252)
+        Check(western, &TARVO_RemovePendingFileOperation);
 }
 
 TEST_F(PendingExports, RemovingTheLastPairLeavesAnEmptyList)
 {
     PendingValue::Write(kThree);
     EXPECT_EQ(0U, TARVO_RemovePendingFileOperation(nullptr, nullptr));
-    const auto raw = PendingValue::ReadRaw();
-    ASSERT_TRUE(raw) << "the value itself stays";
-    EXPECT_EQ(DWORD{REG_MULTI_SZ}, raw->type);
-    EXPECT_EQ(std::vector<BYTE>(2), raw->bytes);
+    EXPECT_TRUE((PendingValue::Raw{REG_MULTI_SZ, {L'\0'}}) == PendingValue::ReadRaw()) << "the value itself stays";
 }
 
-struct FindCase {
+const struct FindCase {
     const char* fact;
     Pairs value;
     const char* destination;
     DWORD code;
     const char* source; // what the caller's buffer holds afterwards
-};
-
-const FindCase kFinding[] = {
+} kFinding[] = {
     {"nothing pending", {}, R"(C:\P\a)", 2, ""},
     {"a rename onto it", {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}}, R"(C:\P\a)", 0, R"(C:\T\a)"},
     {"by case and normalisation", {{R"(\??\C:\T\a)", R"(!\??\C:\P\a)"}}, R"(c:\x\..\p\\A\)", 0, R"(C:\T\a)"},
@@ -129,13 +129,12 @@ TEST_F(PendingExports, FindingTellsWhatComesThere)
 
 TEST_F(PendingExports, FoundSourceStaysInsideTheBuffer)
 {
-    struct SizeCase {
+    constexpr struct SizeCase {
         size_t length; // of the plain source
         DWORD size;
         DWORD code;
         size_t written; // characters
-    };
-    constexpr SizeCase kSizes[] = {
+    } kSizes[] = {
         {20, 0, 122, 0},    {20, 259, 122, 0},  {20, 260, 0, 20},
         {259, 260, 0, 259}, {260, 260, 0, 259}, {900, 1000, 0, 259},
     };
@@ -243,48 +242,54 @@ TEST_F(PendingExports, ValueOfMorePairsIsRefusedAndStays)
 TEST_F(PendingExports, TraceTellsTheStory)
 {
     PendingValue::Write({{R"(\??\C:\gone)", ""}, {R"(\??\C:\from)", R"(!\??\C:\to)"}});
-    kit::TraceLog log(Scratch().Path("trace.log"));
-    struct TraceCase {
-        DWORD (*call)(char* buffer);
-        std::vector<std::string> lines; // of this call, in their order
-    };
-    const TraceCase kCases[] = {
-        {[](char*) { return TARVO_RenameAfterReboot(nullptr, nullptr); }, {"From [null] to [null]"}},
-        {[](char*) { return TARVO_RemovePendingFileOperation(nullptr, "C:\\none"); },
-         {"Source: [null], destination: [C:\\none]", "Source=[null], Target=[C:\\none], formatted=[0]",
-          "Entry does not exist.", "Info is up to date - nothing to do."}},
-        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\to", buffer, 260); },
-         {"Destination: [C:\\to], dwSize: [260]", "As destination found at index [1]",
-          "Return unformatted source: [C:\\from]"}},
-        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\from", buffer, 260); },
-         {"As source found at index [1]", "Found move-file record where pchDestination is a source."}},
-        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\gone", buffer, 260); },
-         {"As source found at index [0]", "Found deletion record."}},
-        {[](char* buffer) { return TARVO_FindSourceInPFOs("C:\\x", buffer, 260); }, {"Not found."}},
-        {[](char*) { return TARVO_ReceivePFOsInfo(); },
-         {"Info is received, updating info...", "Info is up to date - nothing to do.", "{ PendingFileInfo::ReleaseInfo",
-          R"(Source=[\??\C:\gone], Target=[], formatted=[1])", "Function PendingFileInfo::AddEntry OK.",
-          "Function PendingFileInfoNT::ReceiveInfo OK.", "Function TARVO_ReceivePFOsInfo OK."}},
-        {[](char*) { return TARVO_RemovePendingFileOperation("C:\\gone", "NUL"); },
-         {"Source: [C:\\gone], destination: [NUL]", "{ PendingFileInfo::RemoveEntries",
-          R"(Formatted entry: [\??\C:\gone], [].)", "Entry to remove found at index: [0]",
-          "Function PendingFileInfo::RemoveEntries OK.", "Entry(ies) was successfully deleted.",
-          "{ TARVO_UpdatePFOsInfo", "{ PendingFileInfo::isEntryExist", "Function TARVO_UpdatePFOsInfo OK."}},
-        {[](char*) { return TARVO_SetPFOsImmediateFlush(5), DWORD{0}; },
-         {"{ TARVO_SetPFOsImmediateFlush", "Set flag to [5]", "} TARVO_SetPFOsImmediateFlush"}},
-        {[](char*) { return TARVO_UpdatePFOsInfo(); }, {"Info is not received - nothing to do."}},
-    };
-    for (const TraceCase& row : kCases) {
-        log.Clear();
-        char buffer[MAX_PATH];
-        row.call(buffer);
-        const std::vector<std::string> messages = log.Messages();
-        auto at = messages.begin();
-        for (const std::string& line : row.lines) {
-            at = std::find(at, messages.end(), line);
-            ASSERT_NE(messages.end(), at) << "missing, or out of order: " << line << "\n"
-                                          << testing::PrintToString(messages);
-        }
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    TARVO_RenameAfterReboot(nullptr, nullptr);
+    TARVO_RemovePendingFileOperation(nullptr, "C:\\none");
+    char buffer[MAX_PATH];
+    for (const char* path : {"C:\\to", "C:\\from", "C:\\gone", "C:\\x"})
+        TARVO_FindSourceInPFOs(path, buffer, sizeof buffer);
+    TARVO_ReceivePFOsInfo();
+    TARVO_RemovePendingFileOperation("C:\\gone", "NUL");
+    TARVO_SetPFOsImmediateFlush(5);
+    TARVO_UpdatePFOsInfo();
+    const std::vector<std::string> messages = log.Messages();
+    auto at = messages.begin();
+    for (const char* line : {"From [null] to [null]",
+                             "Source: [null], destination: [C:\\none]",
+                             "Source=[null], Target=[C:\\none], formatted=[0]",
+                             "Entry does not exist.",
+                             "Info is up to date - nothing to do.",
+                             "Destination: [C:\\to], dwSize: [260]",
+                             "As destination found at index [1]",
+                             "Return unformatted source: [C:\\from]",
+                             "As source found at index [1]",
+                             "Found move-file record where pchDestination is a source.",
+                             "As source found at index [0]",
+                             "Found deletion record.",
+                             "Not found.",
+                             "Info is received, updating info...",
+                             "Info is up to date - nothing to do.",
+                             "{ PendingFileInfo::ReleaseInfo",
+                             R"(Source=[\??\C:\gone], Target=[], formatted=[1])",
+                             "Function PendingFileInfo::AddEntry OK.",
+                             "Function PendingFileInfoNT::ReceiveInfo OK.",
+                             "Function TARVO_ReceivePFOsInfo OK.",
+                             "Source: [C:\\gone], destination: [NUL]",
+                             "{ PendingFileInfo::RemoveEntries",
+                             R"(Formatted entry: [\??\C:\gone], [].)",
+                             "Entry to remove found at index: [0]",
+                             "Function PendingFileInfo::RemoveEntries OK.",
+                             "Entry(ies) was successfully deleted.",
+                             "{ TARVO_UpdatePFOsInfo",
+                             "{ PendingFileInfo::isEntryExist",
+                             "Function TARVO_UpdatePFOsInfo OK.",
+                             "{ TARVO_SetPFOsImmediateFlush",
+                             "Set flag to [5]",
+                             "} TARVO_SetPFOsImmediateFlush",
+                             "Info is not received - nothing to do."}) {
+        at = std::find(at, messages.end(), line);
+        ASSERT_NE(messages.end(), at) << "missing, or out of order: " << line << "\n"
+                                      << testing::PrintToString(messages);
     }
 }
 

@@ -22,15 +22,10 @@ template <size_t Size> std::wstring Units(const wchar_t (&text)[Size])
     return {text, Size - 1};
 }
 
-/** Everything the value holds, as UTF-16; "no value" if there is none. */
+/** Everything the value holds, as UTF-16. */
 std::wstring ValueUnits()
 {
-    const auto raw = PendingValue::ReadRaw();
-    if (!raw)
-        return L"no value";
-    std::wstring units(raw->bytes.size() / sizeof(wchar_t), L'\0');
-    memcpy(units.data(), raw->bytes.data(), units.size() * sizeof(wchar_t));
-    return units;
+    return PendingValue::ReadRaw().value_or(PendingValue::Raw{0, L"no value"}).units;
 }
 
 TEST_F(PendingRenameValue, PairsOfOthersComeBackBitForBit)
@@ -156,15 +151,13 @@ TEST_F(PendingRenameValue, NamesTheCodePageLacksAreMergedToo)
     EXPECT_EQ(Units(L"\\??\\C:\\\x65E5\0\0\\??\\C:\\ours\0\0\\??\\C:\\\x672C\0\0\0"), ValueUnits());
 }
 
-struct MalformedCase {
+const struct MalformedCase {
     const char* fact;
     DWORD type;
     std::wstring units;
     DWORD code;
     std::wstring after; // once our pair was added
-};
-
-const MalformedCase kMalformed[] = {
+} kMalformed[] = {
     {"no data at all", REG_MULTI_SZ, L"", 0, Units(kOurs)},
     {"no data of a foreign type", REG_BINARY, L"", 0, Units(kOurs)},
     {"only the end of the list", REG_MULTI_SZ, Units(L"\0"), 0, Units(kOurs)},
@@ -252,6 +245,25 @@ TEST_F(PendingRenameValue, ValueThatGrowsWhileReadIsAskedForAgain)
     EXPECT_EQ(0U, AddOurs());
     EXPECT_EQ((Pairs{{R"(\??\D:\a)", ""}, {R"(\??\D:\b)", R"(!\??\D:\c)"}, {R"(\??\C:\ours)", ""}}),
               PendingValue::Read());
+}
+
+TEST_F(PendingRenameValue, ReadThatFailsLeavesTheValue)
+{
+    const Pairs before = {{R"(\??\D:\a)", ""}};
+    PendingValue::Write(before);
+    // Of the size and of the data; a value that grows each time must come to an end too.
+    for (const auto& [sizeCode, dataCode] :
+         {std::pair(0L, ERROR_IO_DEVICE), {ERROR_IO_DEVICE, 0}, {0, ERROR_MORE_DATA}}) {
+        kit::ImportHook query("RegQueryValueExW", &RegQueryValueExW);
+        query.Answer(
+            [size = sizeCode, data = dataCode](auto, auto, auto, auto, BYTE* buffer, DWORD* needed) -> LSTATUS {
+                *needed = 10;
+                return buffer ? data : size;
+            });
+        EXPECT_TRUE(kit::Gives(static_cast<DWORD>(sizeCode + dataCode), AddOurs()));
+        EXPECT_LE(query.Calls(), 20);
+    }
+    EXPECT_EQ(before, PendingValue::Read());
 }
 
 TEST_F(PendingRenameValue, KeyThatDoesNotOpenIsReportedByEachExport)
