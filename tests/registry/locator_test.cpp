@@ -8,13 +8,11 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /** Calls one of the two exports; both take the same locators. */
-struct Writer {
+const struct Writer {
     const char* name;
     const char* setter; // as it names itself in the log
     DWORD (*write)(const char* locator, DWORD type);
-};
-
-const Writer kWriters[] = {
+} kWriters[] = {
     {"CreateRegistryEntry", "SetRegistryValue",
      [](const char* locator, DWORD type) { return TARVO_CreateRegistryEntry(locator, type, FALSE); }},
     {"CreateRegistryEntryEx", "SetRegistryValueEx",
@@ -32,15 +30,13 @@ protected:
     std::string log_;
 };
 
-struct GoodLocator {
+const struct GoodLocator {
     const char* fact;
     const char* locator; // behind the test's own key
     const char* subkey;  // of that key
     const char* name;
     const char* data;
-};
-
-const GoodLocator kGood[] = {
+} kGood[] = {
     {"name and data", R"(\k\\name|data)", "k", "name", "data"},
     {"the key given itself", R"(\\name|data)", "", "name", "data"},
     {"several levels", R"(\a\b\c\\name|data)", R"(a\b\c)", "name", "data"},

@@ -10,6 +10,7 @@ using namespace std::string_literals;
 using Texts = std::vector<std::string>;
 
 constexpr char kOwnSection[] = "Registry entries";
+constexpr char kExists[] = "RegOpenKeyEx succeed - intermediate subkey already exists.";
 constexpr char k64Section[] = "Registry entries unvirtualized";
 
 class RegistryWriters : public kit::LibraryTest {
@@ -121,14 +122,12 @@ TEST_F(RegistryWriters, OtherTypesAreRefusedBehindTheKey)
                                "Function SetRegValue error: [87] (" + kit::SystemText(87) + ")"}));
 }
 
-struct ViewRow {
+const struct ViewRow {
     BOOL virtualized;
     kit::View view;
     kit::View other;
     const char* section;
-};
-
-const ViewRow kViews[] = {
+} kViews[] = {
     {0, kit::View::k64, kit::View::kOwn, k64Section},
     {1, kit::View::kOwn, kit::View::k64, kOwnSection},
     {-1, kit::View::kOwn, kit::View::k64, kOwnSection},
@@ -174,7 +173,11 @@ TEST_F(RegistryWriters, NoMoreAccessIsAskedForThanNeeded)
 TEST_F(RegistryWriters, RecordsCreatedLevelsThenTheValue)
 {
     kit::MakeKey(Key().Path("A"));
+    kit::TraceLog trace(Scratch().Path("trace.log"));
     EXPECT_EQ(0U, Write(R"(\A\B\C\\name|data)"));
+    EXPECT_EQ(4U, trace.Count(kExists));
+    EXPECT_TRUE(trace.HasEach({"Creating registry key [" + Key().Path(R"(A\B)") + "]...",
+                               "Creating registry key [" + Key().Path(R"(A\B\C)") + "]..."}));
     Texts lines = {"[Registry entries]"};
     for (const std::string& line : Recorded({R"(A\B)", R"(A\B\C)", R"(A\B\C\\name)"}))
         lines.push_back(line);
@@ -184,36 +187,11 @@ TEST_F(RegistryWriters, RecordsCreatedLevelsThenTheValue)
     EXPECT_EQ(0U, Write(R"(\A\B\C\\|data)"));
     lines.push_back(Recorded({R"(A\B\C\\)"})[0]);
     EXPECT_EQ(lines, LogLines(log_)) << "the default value ends in two backslashes";
-}
-
-TEST_F(RegistryWriters, TraceOfTheWalk)
-{
-    kit::MakeKey(Key().Path("A"), kit::View::kOwn);
-    kit::MakeKey(Key().Path("A"), kit::View::k64);
-    struct {
-        std::string rest;
-        Texts made;
-        size_t found;
-    } const rows[] = {
-        {R"(\A\B\C\\name|data)", {R"(A\B)", R"(A\B\C)"}, 4},
-        {R"(\A\B\C\\name|data)", {}, 6},
-        {R"(\\name|data)", {}, 3},
-        {R"(\A/x\\name|data)", {"A/x"}, 4}, // slashes are walked
-        {R"(\A/x\\name|data)", {}, 5},
-    };
-    for (const auto& row : rows) {
-        for (const bool ex : {false, true}) {
-            SCOPED_TRACE(row.rest);
-            const kit::TraceLog trace(Scratch().Path("trace.log"));
-            EXPECT_EQ(0U, ex ? WriteEx(row.rest, FALSE) : Write(row.rest));
-            Texts expected(row.found, "RegOpenKeyEx succeed - intermediate subkey already exists.");
-            for (const std::string& key : row.made)
-                expected.push_back("Creating registry key [" + Key().Path(key) + "]...");
-            Texts walk = MessagesThatBegin(trace, "RegOpenKeyEx succeed");
-            for (const std::string& line : MessagesThatBegin(trace, "Creating registry key"))
-                walk.push_back(line);
-            EXPECT_EQ(expected, walk);
-        }
+    for (const auto& [rest, found] :
+         {std::pair(R"(\A\B\C\\name|x)", 6U), {R"(\A/x\\name|x)", 4U}, {R"(\A/x\\name|x)", 5U}}) {
+        trace.Clear();
+        EXPECT_EQ(0U, Write(rest));
+        EXPECT_EQ(found, trace.Count(kExists)) << rest; // slashes are walked
     }
 }
 

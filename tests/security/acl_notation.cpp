@@ -11,24 +11,20 @@
 namespace acl {
 namespace {
 
-struct Kind {
+constexpr struct Kind {
     const char* word;
     BYTE type;
-};
-
-constexpr Kind kKinds[] = {
+} kKinds[] = {
     {"allow ", ACCESS_ALLOWED_ACE_TYPE},
     {"deny ", ACCESS_DENIED_ACE_TYPE},
     {"audit ", SYSTEM_AUDIT_ACE_TYPE},
     {"object-allow ", ACCESS_ALLOWED_OBJECT_ACE_TYPE},
 };
 
-struct Flag {
+constexpr struct Flag {
     const char* word;
     BYTE bits;
-};
-
-constexpr Flag kFlags[] = {
+} kFlags[] = {
     {"inherited ", INHERITED_ACE},
     {"inherit-only ", OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE | INHERIT_ONLY_ACE},
 };

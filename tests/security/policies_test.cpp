@@ -134,18 +134,6 @@ TEST_F(Policies, RowWithoutASidIsLeftOut)
     EXPECT_TRUE(log.Contains("Total number of successfully added entries: [3]."));
 }
 
-TEST_F(Policies, WithoutAPolicyNothingIsTouched)
-{
-    kit::TraceLog log(Scratch().Path("trace.log"));
-    RecordedSets sets;
-    TARVO_DefineSecurityPolicy(1);
-    TARVO_DefineSecurityPolicy(0);
-    EXPECT_EQ(0U, TARVO_ApplyFileSecurityPolicy("C:\\no such", TRUE));
-    EXPECT_EQ(0U, ApplyToKey("no key path"));
-    EXPECT_EQ(2U, log.Count("Security policy is empty, nothing to apply."));
-    EXPECT_TRUE(sets.names.empty());
-}
-
 TEST_F(Policies, FirstRowThatFailsEnds)
 {
     ASSERT_EQ(0U, TARVO_DefineSecurityPolicy(16));
@@ -159,19 +147,22 @@ TEST_F(Policies, FirstRowThatFailsEnds)
     EXPECT_EQ(2, set.Calls());
 }
 
-TEST_F(Policies, LinesOfTheLog)
+TEST_F(Policies, WithoutAPolicyNothingIsTouched)
 {
-    kit::TraceLog log(Scratch().Path("trace.log"));
+    const kit::TraceLog log(Scratch().Path("trace.log"));
+    const RecordedSets sets;
     for (const DWORD policy : {1U, 2U, 16U, 0U, 5U})
         TARVO_DefineSecurityPolicy(policy);
     TARVO_GetSecurityPolicy();
-    TARVO_ApplyFileSecurityPolicy(nullptr, 1);
-    TARVO_ApplyRegistrySecurityPolicy("x", 0);
+    EXPECT_EQ(0U, TARVO_ApplyFileSecurityPolicy("C:\\no such", TRUE));
+    EXPECT_EQ(0U, ApplyToKey("no key path"));
+    EXPECT_TRUE(sets.names.empty());
+    EXPECT_EQ(2U, log.Count("Security policy is empty, nothing to apply."));
     EXPECT_TRUE(log.HasEach({"Policy: [5].", "Security policy is 0: no measures.",
                              "Security policy is 1: grant FC-admins,system,users,pusers, R-everyone.",
                              "Security policy is 2: grant FC-admins,system, R-users, C-pusers.",
                              "Security policy is 16: grant FC only to current account.", "Current policy is [0].",
-                             "[null], recursive: [1].", "[x], recursive: [0]"}));
+                             "[C:\\no such], recursive: [1].", "[no key path], recursive: [0]"}));
 }
 
 } // namespace

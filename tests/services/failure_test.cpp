@@ -97,7 +97,7 @@ private:
     kit::ImportHook<Function> hook_;
 };
 
-struct FailureCase {
+const struct FailureCase {
     const char* exportName;
     const char* failing; // the call
     Failing fail;
@@ -105,9 +105,7 @@ struct FailureCase {
     DWORD code;            // expected
     const char* line;      // the last before the closing one, "" for the error line
     const char* step = ""; // another line
-};
-
-const FailureCase kFailures[] = {
+} kFailures[] = {
     {"TARVO_InstallService", "CreateServiceA", Fails("CreateServiceA", &CreateServiceA), 0, kCode, "",
      "Installing service failed, error code: [1055]"},
     {"TARVO_InstallService", "LoadLibraryA for the description", Fails("LoadLibraryA", &LoadLibraryA), 0, 0,

@@ -4,14 +4,12 @@
 
 namespace {
 
-struct Mode {
+constexpr struct Mode {
     const char* name;
     DWORD pending; // milliseconds before it runs
     DWORD accepted;
     bool obeys;
-};
-
-constexpr Mode kModes[] = {
+} kModes[] = {
     {"plain", 0, SERVICE_ACCEPT_STOP, true},
     {"slow", 1500, SERVICE_ACCEPT_STOP, true},
     {"refuses", 0, 0, true},

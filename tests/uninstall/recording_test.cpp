@@ -57,24 +57,18 @@ TEST_F(UninstallRecording, OffRecordsNothingAndFailsNobody)
 {
     const kit::TraceLog trace(Scratch().Path("trace.log"));
     EXPECT_EQ(0U, TARVO_AddFileToUninstallLog(R"(C:\a)"));
-    Start();
-    EXPECT_EQ(0U, TARVO_StopUninstallLogging());
-    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("name", "value"));
-    EXPECT_FALSE(kit::FileExists(log_));
-    EXPECT_EQ(2U, trace.Count("TARVO_AddRollbackEntry: No rollback log file."));
-    EXPECT_TRUE(trace.Contains("Single entry: file=[] section=[Custom] entry=[name] value=[value]"));
-}
-
-TEST_F(UninstallRecording, StoppingWhenOff)
-{
     EXPECT_EQ(kOff, TARVO_StopUninstallLogging());
     EXPECT_EQ("Uninstall logging is not started", kit::LastMessage());
     Start();
     EXPECT_EQ(0U, TARVO_StopUninstallLogging());
     EXPECT_EQ(kOff, TARVO_StopUninstallLogging());
+    EXPECT_EQ(0U, TARVO_SetCustomUnInstallString("name", "value"));
+    EXPECT_EQ(2U, trace.Count("TARVO_AddRollbackEntry: No rollback log file."));
+    EXPECT_TRUE(trace.HasEach({"Single entry: file=[] section=[Custom] entry=[name] value=[value]"}));
     Start();
     Reload();
     EXPECT_EQ(kOff, TARVO_StopUninstallLogging()) << "a fresh library does not record";
+    EXPECT_FALSE(kit::FileExists(log_));
 }
 
 TEST_F(UninstallRecording, ReadOnlyLogIsMadeWritableAndKept)
