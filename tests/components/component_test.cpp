@@ -72,7 +72,7 @@ TEST_F(ComponentExports, ConsoleIsStartedFromTheCommonDirectory)
     EXPECT_EQ(0U, TARVO_StopKOB());
 }
 
-struct AgentCase {
+const struct AgentCase {
     const char* mode; // of the service; "" for no service
     DWORD before;     // state; 0 leaves it stopped
     decltype(&TARVO_StartKOBA) call;
@@ -80,9 +80,7 @@ struct AgentCase {
     DWORD after;
     const char* record; // what the service was asked to do in all
     const char* line;   // to be found in the log; "" for none
-};
-
-const AgentCase kAgents[] = {
+} kAgents[] = {
     {"", 0, TARVO_StartKOBA, ERROR_SERVICE_DOES_NOT_EXIST, 0, "", "2 KOBA service is not installed"},
     {"", 0, TARVO_StopKOBA, 0, 0, "", "1 KOBA service is not installed"},
     {"plain", 0, TARVO_StartKOBA, 0, SERVICE_RUNNING, "start ", ""},

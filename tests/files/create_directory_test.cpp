@@ -6,15 +6,14 @@ using CreateDirectories = FileExports;
 
 TEST_F(CreateDirectories, EachMissingLevelIsMadeAndRecorded)
 {
-    struct LevelCase {
+    const struct LevelCase {
         const char* fact;
         Tree before;
         const char* path;
         DWORD code;
         Tree after;
         std::vector<std::string> recorded;
-    };
-    const LevelCase kCases[] = {
+    } kCases[] = {
         {"two levels of three",
          {{"A\\", ""}},
          "A\\B\\C",

@@ -7,14 +7,13 @@ using ReadOnlyAttribute = FileExports;
 TEST_F(ReadOnlyAttribute, OnlyItIsClearedUnlessAttributesAreGiven)
 {
     constexpr DWORD kNormal = FILE_ATTRIBUTE_NORMAL;
-    struct AttributeCase {
+    constexpr struct AttributeCase {
         const char* fact;
         DWORD before;
         DWORD given;
         DWORD set; // 0: nothing is set
         const char* traced;
-    };
-    constexpr AttributeCase kCases[] = {
+    } kCases[] = {
         {"writable stays", 0x22, 0, 0, "File is writable."},
         {"read-only goes, the others stay", 0x27, 0, 0x26, "File is read-only."},
         {"read-only alone", 0x01, 0, 0x80, "File is read-only."},

@@ -59,15 +59,13 @@ constexpr char kSeven[] = "is NT 6.1 = Windows 7 or Windows Server 2008 R2";
 constexpr char kEight[] = "is NT 6.2 = Windows 8 or Windows Server 2012";
 constexpr char kBlue[] = "is NT 6.3 = Windows 8.1 (Blue) or Windows Server 2012 R2";
 
-struct VersionCase {
+constexpr struct VersionCase {
     DWORD family, major, minor;
     BYTE product;
     DWORD code;
     const char* line;
     const char* type; // of the second line
-};
-
-constexpr VersionCase kVersions[] = {
+} kVersions[] = {
     {0, 3, 11, 0, 105, "is Win32s", ""},
     {0, 9, 0, 0, 105, "is Win32s", ""},
     {1, 3, 99, 0, 103, "is Win95", ""},

@@ -33,14 +33,12 @@ protected:
     bool fixedArguments_ = false;
 };
 
-struct CommandRow {
+const struct CommandRow {
     const char* fact;
     std::string line;
     std::string program;
     std::string arguments;
-};
-
-const CommandRow kCommands[] = {
+} kCommands[] = {
     {"without quotes all is the program", R"(C:\a b.exe /x "y")", R"(C:\a b.exe /x "y")", "<none>"},
     {"a quote further on does not count", R"( "C:\a.exe" /x)", R"( "C:\a.exe" /x)", "<none>"},
     {"arguments stand right behind the quote", R"("C:\a b.exe" /x "y z" )", R"(C:\a b.exe)", R"( /x "y z" )"},
@@ -114,15 +112,13 @@ const std::string kFound = "Found. Returning TRUE.";
 const std::string kLacking = "GetProcAddress failed. Returning FALSE.";
 const std::string kLoading = "DLL isn't loaded. Loading...";
 
-struct FunctionRow {
+const struct FunctionRow {
     const char* fact;
     const char* library;
     const char* function;
     BOOL exists;
     Texts lines; // behind that of the arguments
-};
-
-const FunctionRow kFunctions[] = {
+} kFunctions[] = {
     {"a loaded library has it", "kernel32.dll", "GetTickCount", TRUE, {kFound}},
     {"the extension is optional", "kernel32", "GetTickCount", TRUE, {kFound}},
     {"letter case matters", "kernel32.dll", "gettickcount", FALSE, {kLacking}},

@@ -85,14 +85,13 @@ protected:
 
 TEST_F(Shortcuts, HoldWhatTheyWereGiven)
 {
-    struct TargetCase {
+    const struct TargetCase {
         const char* file;
         const char* target;
         const char* arguments;
         const char* startIn;
         DWORD show;
-    };
-    const TargetCase cases[] = {
+    } cases[] = {
         {"\"C:\\Program Files\\App\\app.exe\"  /x \"y z\"", "C:\\Program Files\\App\\app.exe", "/x \"y z\"", "C:\\s",
          3},
         {"C:\\Program Files\\App\\app.exe -x", "C:\\Program Files\\App\\app.exe -x", "", nullptr, 7},

@@ -12,15 +12,13 @@ constexpr DWORD kWestern = 1252;
 constexpr DWORD kJapanese = 932;
 constexpr int kUntouched = 4711;
 
-struct ConversionRow {
+const struct ConversionRow {
     const char* fact;
     bool toUtf8;
     DWORD codePage;
     const char* source;
     std::string_view result;
-};
-
-const ConversionRow kConversions[] = {
+} kConversions[] = {
     {"nothing stays nothing", true, kWestern, "", ""},
     {"ASCII stays as it is", true, kWestern, "a=1", "a=1"},
     {"two and three bytes", true, kWestern, "\xE4\x80", "\xC3\xA4\xE2\x82\xAC"},
