@@ -25,7 +25,8 @@ const Pairs kThree = {kFirst, kSecond, kThird};
 const Pairs kEqual = {{R"(\??\C:\a)", ""}, {R"(\??\C:\b)", ""}, {R"(\??\C:\a)", ""}};
 const Pairs kNeighbours = {{R"(\??\C:\T\ab)", ""}, {R"(\??\C:\T\)", ""}};
 const Pairs kNotReplacing = {{R"(\??\C:\T\b)", R"(\??\C:\P\a)"}};
-const Pairs kSigns = {{"\\??\\C:\\[@", ""}}; // as far from the others as letters are
+const Pairs kBracket = {{"\\??\\C:\\[", ""}}; // as far from a brace as a letter is from its capital
+const Pairs kAt = {{"\\??\\C:\\@", ""}};
 const Pairs kTheirs = {{R"(\??\D:\x)", R"(\??\D:\y)"}};
 
 const PendingCase kScheduling[] = {
@@ -52,7 +53,8 @@ const PendingCase kRemoving[] = {
     {"UNC", {{R"(\??\UNC\s\x)", R"(!\??\UNC\s\y)"}, {R"(\??\s\x)", ""}}, R"(\\s\x)", R"(\\S\Y)", {{R"(\??\s\x)", ""}}},
     {"every one of equal pairs goes", kEqual, R"(C:\a)", nullptr, {kEqual[1]}},
     {"longer and shorter neighbours stay", kNeighbours, R"(C:\T\a)", nullptr, kNeighbours},
-    {"signs have no case", kSigns, "C:\\{`", nullptr, kSigns},
+    {"signs have no case", kBracket, "C:\\{", nullptr, kBracket},
+    {"nor has another", kAt, "C:\\`", nullptr, kAt},
     {"a source is no target", kThree, nullptr, R"(C:\T\b)", kThree},
     {"nor a target a source", kThree, R"(C:\P\a)", nullptr, kThree},
     {"a target that does not replace is another one", kNotReplacing, nullptr, R"(C:\P\a)", kNotReplacing},
