@@ -50,6 +50,21 @@ TEST_F(TarvoLibrary, VersionResource)
     EXPECT_STREQ("TARVO.DLL", static_cast<char*>(query("\\StringFileInfo\\040904E4\\OriginalFilename")));
 }
 
+TEST_F(TarvoLibrary, ProgressDialogTemplate)
+{
+    // DLGTEMPLATE, no menu, the default class, no title, 8 point MS Shell Dlg,
+    // then one DLGITEMTEMPLATE without data.
+    static const WORD expected[] = {0x0AC0, 0x80C0, 0,   0,   1,      0,      0,   186, 41,  0,   0,
+                                    0,      8,      'M', 'S', ' ',    'S',    'h', 'e', 'l', 'l', ' ',
+                                    'D',    'l',    'g', 0,   0x0000, 0x5002, 0,   0,   7,   7,   172,
+                                    27,     1001,   'S', 'T', 'A',    'T',    'I', 'C', 0,   0,   0};
+    const HMODULE module = kit::HookedModule();
+    const HRSRC found = FindResourceExA(module, RT_DIALOG, MAKEINTRESOURCEA(101), 1033);
+    ASSERT_TRUE(found);
+    ASSERT_LE(sizeof expected, SizeofResource(module, found));
+    EXPECT_EQ(0, memcmp(expected, LockResource(LoadResource(module, found)), sizeof expected));
+}
+
 TEST_F(TarvoLibrary, UnloadingForgetsEverything)
 {
     const kit::TraceLog log(Scratch().Path("log"));

@@ -128,6 +128,28 @@ TEST_F(DelayLoadLists, WhatIsNoListIsRefusedAndStays)
     }
 }
 
+TEST_F(DelayLoadLists, TwoHundredCopiesKeepTheirOrder)
+{
+    const char* const versions[] = {"5.0.0.0", "4.99.0.0", "1.2.3.10", "1.2.3.9"};
+    Texts sorted;
+    for (const char* version : versions) {
+        for (int copy = 0; copy < 50; ++copy)
+            sorted.push_back(Lower(MakeCopy(version + "-"s + std::to_string(copy), version)));
+    }
+    Texts given = sorted;
+    given.erase(given.begin() + 60);
+    std::reverse(given.begin(), given.end());
+    WriteList(Joined(given));
+    EXPECT_EQ(0U, Register(sorted[60]));
+    const std::string list = StoredList();
+    Texts stored;
+    for (const char* text = list.c_str(); *text; text += strlen(text) + 1)
+        stored.emplace_back(text);
+    ASSERT_EQ(sorted.size(), stored.size());
+    for (size_t at = 0; at < stored.size(); ++at)
+        EXPECT_TRUE(stored[at].find("\\"s + versions[at / 50] + "-") != std::string::npos) << at << " " << stored[at];
+}
+
 TEST_F(DelayLoadLists, LinesOfTheLog)
 {
     const std::string path = Lower(MakeCopy("a", "1.2.3.9"));

@@ -62,7 +62,27 @@ std::string PolicyList(DWORD policy)
     }
 }
 
-/** What the system holds of an object while a policy is applied: here exactly what was set. */
+/** What a system that maps generic rights as it stores them would give back is not compared, Wine keeps them. */
+bool KeepsGenericRights()
+{
+    const kit::ScratchKey key;
+    acl::Write("MACHINE\\" + key.Path(), "allow S-1-5-32-544:10000000");
+    return acl::Read("MACHINE\\" + key.Path(), SE_REGISTRY_KEY) == "allow S-1-5-32-544:10000000";
+}
+
+TEST_F(Policies, ListOnAKeyAsItIsReadBack)
+{
+    if (!KeepsGenericRights())
+        GTEST_SKIP() << "this system maps generic rights";
+    for (const DWORD policy : {1U, 2U, 16U}) {
+        acl::Write(ObjectName(), "deny X | allow Y");
+        ASSERT_EQ(0U, TARVO_DefineSecurityPolicy(policy));
+        ASSERT_EQ(0U, ApplyToKey(Key().Locator()));
+        EXPECT_EQ(PolicyList(policy), acl::Read(ObjectName(), SE_REGISTRY_KEY)) << policy;
+    }
+}
+
+/** What the system holds of files while a policy is applied: here exactly what was set. */
 class RememberedDacls {
 public:
     RememberedDacls() : get_("GetNamedSecurityInfoA", &GetNamedSecurityInfoA)
@@ -85,19 +105,16 @@ private:
     kit::ImportHook<decltype(&GetNamedSecurityInfoA)> get_;
 };
 
-TEST_F(Policies, ListOnAnObject)
+TEST_F(Policies, ListOnAFileAsItIsHandedOver)
 {
     const std::string file = Scratch().Make("file");
     for (const auto& [policy, rows] : {std::pair(1U, 7), {2U, 6}, {16U, 3}}) {
-        for (const std::string& object : {file, ObjectName()}) {
-            RememberedDacls dacls;
-            ASSERT_EQ(0U, TARVO_DefineSecurityPolicy(policy));
-            ASSERT_EQ(0U, object == file ? TARVO_ApplyFileSecurityPolicy(file.c_str(), FALSE)
-                                         : ApplyToKey(Key().Locator()));
-            EXPECT_EQ(PolicyList(policy), dacls.sets.lists.back());
-            EXPECT_EQ(Names(static_cast<size_t>(rows), object), dacls.sets.names);
-            EXPECT_EQ(rows, dacls.Gets());
-        }
+        RememberedDacls dacls;
+        ASSERT_EQ(0U, TARVO_DefineSecurityPolicy(policy));
+        ASSERT_EQ(0U, TARVO_ApplyFileSecurityPolicy(file.c_str(), FALSE));
+        EXPECT_EQ(PolicyList(policy), dacls.sets.lists.back());
+        EXPECT_EQ(Names(static_cast<size_t>(rows), file), dacls.sets.names);
+        EXPECT_EQ(rows, dacls.Gets());
     }
 }
 
