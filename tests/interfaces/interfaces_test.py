@@ -63,16 +63,16 @@ def nsis_type(parameter, own_sizes):
     if parameter.annotation == "_In_z_":
         return "m s", True
     if parameter.annotation == "_In_opt_z_":
-        return "${TARVO__}", True
+        return "${TARVO__}", True  # of the argument's name
     if parameter.annotation in ("_Out_", "_Out_opt_"):
         return "*i .s", True
     if parameter.annotation == "_Inout_":
         return "*i ss", True
     if parameter.annotation == "_Inout_updates_z_":
         return "m ss", True
-    if parameter.annotation.startswith("_Out_writes") and not parameter.detail.startswith("*"):
-        return "m .s", True
     if parameter.annotation == "_Out_writes_z_":
+        return "m .s", True
+    if parameter.annotation == "_Out_writes_opt_z_" and parameter.detail.isdigit():
         return "m .s", True
     return ("p s" if parameter.is_text() or parameter.type == "HWND" else "i s"), True
 
@@ -105,14 +105,18 @@ class Interfaces(unittest.TestCase):
                 called, parameters, after = re.search(
                     r"System::Call `\$\{TARVO_DLL\}::([\w@]+)\((.*)\)(.*)`", body).groups()
                 self.assertEqual(listed_exports()[name], called)
-                self.assertEqual(", ".join(text for text, _ in types), re.sub(r"(TARVO__)\w+", r"\1", parameters))
                 expected = result + (["? c"] if function.convention == "__cdecl" else [])
                 self.assertEqual(" ".join(expected), after.strip())
                 # The call takes its arguments from the stack in their order and leaves what it hands out there.
+                for define, argument in re.findall(r"TARVO__OptionalText (\w+) `\$\{(\w+)\}`", body):
+                    self.assertEqual(define, argument)
                 pushed = re.findall(r"^  (?:Push|!insertmacro TARVO__OptionalText \w+) `\$\{(\w+)\}`$", body, re.M)
                 popped = re.findall(r"^  Pop \$\{(\w+)\}$", body, re.M)
                 given = arguments.split()[len(result):]
                 with_argument = [text for text, has in types if has]
+                names = iter(given)
+                self.assertEqual(", ".join(text.replace("TARVO__", f"TARVO__{next(names)}") if has else text
+                                           for text, has in types), parameters)
                 self.assertEqual([a for a, t in zip(given, with_argument) if not t.endswith(" .s")], pushed[::-1])
                 self.assertEqual(arguments.split()[:len(result)] +
                                  [a for a, t in zip(given, with_argument) if t.endswith((".s", " ss"))], popped)

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <stdexcept>
 
 namespace kit {
 namespace {
@@ -134,6 +135,8 @@ void* __cdecl AllocateZeroed(size_t count, size_t size)
 
 GuardedHeap::GuardedHeap(HMODULE module)
 {
+    if (Imports(module, "realloc"))
+        throw std::runtime_error("the guarded heap has no realloc");
     allocations = failing = 0;
     Patch(module, "malloc", reinterpret_cast<void*>(&Allocate));
     Patch(module, "calloc", reinterpret_cast<void*>(&AllocateZeroed));

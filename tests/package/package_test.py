@@ -39,7 +39,6 @@ class Clients(unittest.TestCase):
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
 
     def expect_runs(self, program):
-        shutil.copy(self.package / "TARVO.DLL", program.parent)
         done = subprocess.run([EMULATOR, program], check=False)
         self.assertEqual(101, done.returncode)
 
@@ -65,6 +64,7 @@ class Clients(unittest.TestCase):
                     "-isystem", MINGW_HEADERS, f"-I{self.package / 'include'}", "-c", self.client, "-o", "client.obj")
         self.run_in("lld-link", "client.obj", self.package / "lib/tarvo.lib", "-entry:main", "-nodefaultlib",
                     "-subsystem:console", "-out:client.exe")
+        shutil.copy(self.package / "TARVO.DLL", self.folder)
         self.expect_runs(self.folder / "client.exe")
 
 

@@ -25,8 +25,8 @@ readonly family_key='HKLM\Software\Norrin Vale\Velmora'
 readonly session_manager='HKLM\System\CurrentControlSet\Control\Session Manager'
 
 main() {
-    mkdir -p "$work"
     tell_of "$who"
+    mkdir -p "$work"
     rm -f "$work"/*.log "$work"/*.txt
     program_files='Program Files (x86)'
     [[ -d $drive/$program_files ]] || program_files='Program Files'

@@ -1,7 +1,9 @@
 # shellcheck shell=bash
 # The ZIP that setup authors take.
 
-readonly package_name=tarvo-10.0.176
+# The version stands in CMakeLists.txt.
+package_name=tarvo-$(sed -n 's/^project(tarvo VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
+readonly package_name
 readonly package_folder=$root/build/package
 
 # Makes build/package/tarvo-*.zip out of this checkout. With "check" a second one
@@ -31,6 +33,7 @@ package_is_reproducible() {
 package_sources() (
     source=$1 folder=$2 epoch=$3
     say "building the package in $folder"
+    mkdir -p "$folder"
     export SOURCE_DATE_EPOCH=$epoch # for the linker and all that handle its output
     build_package >"$folder.log" 2>&1 || die "the package cannot be built: $(why "$folder.log")"
     render_manual "$source"
