@@ -1,11 +1,11 @@
 #include "kit/guarded_heap.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <map>
-#include <stdexcept>
 
 namespace kit {
 namespace {
@@ -131,15 +131,32 @@ void* __cdecl AllocateZeroed(size_t count, size_t size)
     return block ? memset(block, 0, count * size) : nullptr;
 }
 
+/** Moves the block every time, so that whoever keeps the old address is seen. */
+void* __cdecl Reallocate(void* block, size_t size)
+{
+    if (!block)
+        return Allocate(size);
+    if (!region.Contains(block))
+        return realloc(block, size);
+    const auto old = live.find(block);
+    if (old == live.end())
+        Die("resized, but not alive", block);
+    void* const moved = size ? Allocate(size) : nullptr;
+    if (moved)
+        memcpy(moved, block, std::min(old->second.size, size));
+    if (moved || !size)
+        Release(block);
+    return moved;
+}
+
 } // namespace
 
 GuardedHeap::GuardedHeap(HMODULE module)
 {
-    if (Imports(module, "realloc"))
-        throw std::runtime_error("the guarded heap has no realloc");
     allocations = failing = 0;
     Patch(module, "malloc", reinterpret_cast<void*>(&Allocate));
     Patch(module, "calloc", reinterpret_cast<void*>(&AllocateZeroed));
+    Patch(module, "realloc", reinterpret_cast<void*>(&Reallocate));
     Patch(module, "free", reinterpret_cast<void*>(&Release));
 }
 

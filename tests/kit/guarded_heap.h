@@ -11,11 +11,11 @@
 namespace kit {
 
 /**
- * Stands in for a module's malloc, calloc and free while it lives; one that has
- * realloc is refused. Each block ends right at an inaccessible page, new blocks
- * hold 0xCD, and a freed block stays inaccessible until its place must be used
- * again. Blocks made before go back to where they came from. A write in front of
- * a block, or freeing what is not alive, ends the test run with a message.
+ * Stands in for a module's malloc, calloc, realloc and free while it lives.
+ * Each block ends right at an inaccessible page, new blocks hold 0xCD, and a
+ * freed block stays inaccessible until its place must be used again. Blocks made
+ * before go back to where they came from. A write in front of a block, or freeing
+ * what is not alive, ends the test run with a message.
  */
 class GuardedHeap {
 public:

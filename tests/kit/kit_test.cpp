@@ -5,6 +5,7 @@
 #include <gtest/gtest-spi.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -35,6 +36,18 @@ TEST_F(KitTest, ByteBehindABlockIsInaccessible)
         Imported<Release>("free")(block);
         EXPECT_FALSE(IsAccessible(block)) << size;
     }
+}
+
+TEST_F(KitTest, ResizedBlockMovesWithItsBytes)
+{
+    const auto resize = Imported<decltype(&realloc)>("realloc");
+    char* const small = static_cast<char*>(resize(nullptr, 3));
+    memcpy(small, "abc", 3);
+    char* const large = static_cast<char*>(resize(small, 5000));
+    EXPECT_EQ("abc\xCD", std::string(large, 4));
+    EXPECT_FALSE(IsAccessible(small) || IsAccessible(large + 5000));
+    EXPECT_EQ(nullptr, resize(large, 0));
+    EXPECT_FALSE(IsAccessible(large));
 }
 
 TEST_F(KitTest, EachAllocationFailsOnce)
