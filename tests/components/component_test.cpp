@@ -112,6 +112,21 @@ TEST_F(ComponentExports, AgentIsStartedAndStoppedByItsState)
     }
 }
 
+TEST_F(ComponentExports, AgentHasAMinuteToStartAndToStop)
+{
+    TestService agent("KOBA");
+    agent.Install("ignores");
+    kit::ImportHook start("StartServiceA", &StartServiceA);
+    start.Answer([](auto...) { return TRUE; });
+    for (const auto call : {TARVO_StartKOBA, TARVO_StopKOBA}) {
+        if (call == TARVO_StopKOBA)
+            agent.Start();
+        const FakeClock clock(0);
+        EXPECT_EQ(0U, call());
+        EXPECT_EQ("100 100 100 " + std::string(61, 's'), clock.Pauses()); // status, start or stop, wait
+    }
+}
+
 struct PolicyCase {
     const char* source; // in the scratch folder
     const char* directory;

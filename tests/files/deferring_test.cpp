@@ -201,6 +201,15 @@ TEST_F(Deferring, TargetThatMayNotBeLookedAtExists)
     EXPECT_EQ(Stored({{"a", "b"}, {"a", "b"}, {"b", ""}}), kit::PendingValue::Read());
 }
 
+TEST_F(Deferring, LastNumberIsTriedWhenAllAreTaken)
+{
+    Make({{"s\\", ""}, {"s\\a", "new"}, {"b.exe", "old"}});
+    const kit::FileLock lock(At("b.exe"));
+    const kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA, 0, DWORD{FILE_ATTRIBUTE_ARCHIVE});
+    EXPECT_TRUE(kit::Gives(0, CopyEx(At("s\\a").c_str(), At("b.exe").c_str(), nullptr)));
+    EXPECT_EQ("new", kit::ReadFile(At("b.998")));
+}
+
 TEST_F(Deferring, ListThatRefusesIsReported)
 {
     Make({{"a", "new"}, {"b", "old"}});

@@ -43,6 +43,7 @@ const ConfigCase kConfigs[] = {
     {"no =", "tl 0\n", "ts ", kPlain, kAll},
     {"nothing behind =", "tl =   \n", "ts ", kPlain, kAll},
     {"ts selects errors", "ts = 1\n", "ts ", R"(3\t   Function TARVO_SetLanguage error: .*)", 1},
+    {"nid takes the indentation away", "ts = 1\nnid\n", "ts ", R"(3\tFunction TARVO_SetLanguage error: .*)", 1},
     {"ts selects warnings", "ts = 2\n", "ts ", R"(2\t   TARVO_GetLastErrorMessage: invalid argument)", 1},
     {"ts selects nothing", "ts = 8\n", "ts ", kNone, 0},
     {"the last line of a key counts", "tl = 0\ntl = 1\n", "ts ", kPlain, kAll},

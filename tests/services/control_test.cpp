@@ -83,28 +83,6 @@ TEST_F(ServiceControl, RightsAreToldByOpeningAndConnecting)
     EXPECT_TRUE(log.HasEach({"Called with [there]", "HaveRights=[0]", "HaveRights=[-1]"}));
 }
 
-/** The DLL's clock: a sleep moves it on and takes no time. */
-class FakeClock {
-public:
-    explicit FakeClock(DWORD start) : now_(start), ticks_("GetTickCount", &GetTickCount), sleeps_("Sleep", &Sleep)
-    {
-        ticks_.Answer([this] { return now_; });
-        sleeps_.Answer([this](DWORD milliseconds) {
-            now_ += milliseconds;
-            pauses_ += milliseconds == 1000 ? "s" : std::to_string(milliseconds) + " ";
-        });
-    }
-
-    /** @return the pauses in a row: "s" for a second, milliseconds for others. */
-    const std::string& Pauses() const { return pauses_; }
-
-private:
-    DWORD now_;
-    std::string pauses_;
-    kit::ImportHook<decltype(&GetTickCount)> ticks_;
-    kit::ImportHook<decltype(&Sleep)> sleeps_;
-};
-
 constexpr struct WaitCase {
     const char* fact;
     DWORD start; // of the tick count

@@ -50,6 +50,28 @@ private:
     kit::ScratchFolder folder_;
 };
 
+/** The DLL's clock: a sleep moves it on and takes no time. */
+class FakeClock {
+public:
+    explicit FakeClock(DWORD start) : now_(start), ticks_("GetTickCount", &GetTickCount), sleeps_("Sleep", &Sleep)
+    {
+        ticks_.Answer([this] { return now_; });
+        sleeps_.Answer([this](DWORD milliseconds) {
+            now_ += milliseconds;
+            pauses_ += milliseconds == 1000 ? "s" : std::to_string(milliseconds) + " ";
+        });
+    }
+
+    /** @return the pauses in a row: "s" for a second, milliseconds for others. */
+    const std::string& Pauses() const { return pauses_; }
+
+private:
+    DWORD now_;
+    std::string pauses_;
+    kit::ImportHook<decltype(&GetTickCount)> ticks_;
+    kit::ImportHook<decltype(&Sleep)> sleeps_;
+};
+
 /** A service as the system tells it, one line: "type 16 start 3 error 0 path [..] account [..] display [..]". */
 std::string ConfigOf(const char* service);
 std::string DescriptionOf(const char* service);
