@@ -29,9 +29,10 @@ public:
         path_ = path;
         if (!path || *path == '"' || (serviceType & SERVICE_WIN32) == 0)
             return true;
-        if (!quoted_.Join("\"", path, 1))
+        const size_t length = strlen(path);
+        if (!quoted_.Join("\"", {path, length + 1})) // the terminator's byte becomes the closing quote
             return false;
-        strcat(quoted_.Get(), "\""); // into the spare byte
+        quoted_.Get()[length + 1] = '"';
         path_ = quoted_.Get();
         return true;
     }

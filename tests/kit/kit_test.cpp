@@ -4,8 +4,8 @@
 
 #include <gtest/gtest-spi.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -42,7 +42,7 @@ TEST_F(KitTest, ResizedBlockMovesWithItsBytes)
 {
     const auto resize = Imported<decltype(&realloc)>("realloc");
     char* const small = static_cast<char*>(resize(nullptr, 3));
-    memcpy(small, "abc", 3);
+    std::copy_n("abc", 3, small);
     char* const large = static_cast<char*>(resize(small, 5000));
     EXPECT_EQ("abc\xCD", std::string(large, 4));
     EXPECT_FALSE(IsAccessible(small) || IsAccessible(large + 5000));

@@ -1,5 +1,6 @@
 #include "kit/pending_value.h"
 
+#include <cstring>
 #include <exception>
 #include <stdexcept>
 
@@ -29,14 +30,16 @@ std::string ToAnsi(const std::wstring& text)
 {
     std::string ansi(text.size() * 2 + 1, '\0');
     WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, ansi.data(), static_cast<int>(ansi.size()), nullptr, nullptr);
-    return ansi.c_str();
+    ansi.resize(strlen(ansi.c_str()));
+    return ansi;
 }
 
 std::wstring ToWide(const std::string& text)
 {
     std::wstring wide(text.size() + 1, L'\0');
     MultiByteToWideChar(CP_ACP, 0, text.c_str(), -1, wide.data(), static_cast<int>(wide.size()));
-    return wide.c_str();
+    wide.resize(wcslen(wide.c_str()));
+    return wide;
 }
 
 } // namespace

@@ -79,7 +79,8 @@ TEST_F(FileWalk, FailingFolderIsNotEntered)
  * lists. */
 class ShownFileSystem {
 public:
-    ShownFileSystem(std::function<std::string(std::string)> lead, std::function<void(WIN32_FIND_DATAA&)> show)
+    ShownFileSystem(const std::function<std::string(std::string)>& lead,
+                    const std::function<void(WIN32_FIND_DATAA&)>& show)
     {
         attributes_.Answer([=](const char* path) { return GetFileAttributesA(lead(path).c_str()); });
         create_.Answer([=](const char* path, auto... rest) { return CreateFileA(lead(path).c_str(), rest...); });
@@ -120,7 +121,7 @@ TEST_F(FileWalk, LongPathsAreWalked)
         },
         [](WIN32_FIND_DATAA& data) {
             if (data.cFileName[0] != '.')
-                strcpy(data.cFileName, std::string(60, data.cFileName[0]).c_str());
+                *std::fill_n(data.cFileName, 60, data.cFileName[0]) = '\0';
         });
     RecordedSets sets(false);
     EXPECT_EQ(0U, Grant(start));
