@@ -1,5 +1,6 @@
 #include "base/text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -85,16 +86,20 @@ bool FormatCutV(char* destination, size_t size, const char* format, va_list argu
     return false;
 }
 
-bool HeapText::Join(std::string_view first, std::string_view second, size_t spare)
+bool HeapText::Copy(std::string_view text, size_t spare)
 {
-    const size_t length = first.size() + second.size();
-    if (!Allocate(length + spare + 1))
+    if (!Allocate(text.size() + spare + 1))
         return false;
-    if (!first.empty())
-        memcpy(Get(), first.data(), first.size());
-    if (!second.empty())
-        memcpy(Get() + first.size(), second.data(), second.size());
-    Get()[length] = '\0';
+    *std::copy(text.begin(), text.end(), Get()) = '\0';
+    return true;
+}
+
+bool HeapText::Join(std::string_view first, std::string_view second, std::string_view third)
+{
+    if (!Copy(first, second.size() + third.size()))
+        return false;
+    char* const end = std::copy(second.begin(), second.end(), Get() + first.size());
+    *std::copy(third.begin(), third.end(), end) = '\0';
     return true;
 }
 

@@ -61,10 +61,10 @@ private:
 class HeapText : public HeapArray<char> {
 public:
     /** Keeps a copy of text with spare further bytes behind it. @return false without memory, holding none. */
-    [[nodiscard]] bool Copy(std::string_view text, size_t spare = 0) { return Join(text, {}, spare); }
+    [[nodiscard]] bool Copy(std::string_view text, size_t spare = 0);
 
-    /** Keeps first and second in a row. Neither may lie in what is held. */
-    [[nodiscard]] bool Join(std::string_view first, std::string_view second, size_t spare = 0);
+    /** Keeps the texts in a row. None may lie in what is held. */
+    [[nodiscard]] bool Join(std::string_view first, std::string_view second, std::string_view third = {});
 };
 
 } // namespace tarvo

@@ -1,7 +1,5 @@
 // Installing, reconfiguring, asking about and removing services.
 
-#include <cstring>
-
 #include "services/service_call.h"
 #include "tarvo/tarvo.h"
 #include "uninstall/recording.h"
@@ -29,10 +27,8 @@ public:
         path_ = path;
         if (!path || *path == '"' || (serviceType & SERVICE_WIN32) == 0)
             return true;
-        const size_t length = strlen(path);
-        if (!quoted_.Join("\"", {path, length + 1})) // the terminator's byte becomes the closing quote
+        if (!quoted_.Join("\"", path, "\""))
             return false;
-        quoted_.Get()[length + 1] = '"';
         path_ = quoted_.Get();
         return true;
     }
