@@ -184,6 +184,11 @@ bool GuardedHeap::FailureHappened() const
     return failing && allocations >= failing;
 }
 
+bool GuardedHeap::Owns(const void* block)
+{
+    return live.count(const_cast<void*>(block)) != 0;
+}
+
 std::string GuardedHeap::Leaks() const
 {
     std::string report;

@@ -28,6 +28,9 @@ public:
     /** @return whether the allocation that FailAllocation named was asked for. */
     bool FailureHappened() const;
 
+    /** @return whether a live block begins there. */
+    static bool Owns(const void* block);
+
     /** @return a line for each live block, size and number of its allocation; "" without any. */
     std::string Leaks() const;
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kit/behavior.h"
 #include "kit/child.h"
 #include "kit/guarded_heap.h"
 #include "kit/import_hook.h"

@@ -12,6 +12,7 @@ extern "C" {
 struct KitExport {
     const char* name;
     void** slot;
+    const void* stub; // where calls of its name lead
 };
 
 /** Made from the .def file; ends with an empty row. */
@@ -63,6 +64,14 @@ std::vector<std::string> Library::ListedExports()
         names.emplace_back(row->name);
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::string Library::NameOf(const void* stub)
+{
+    const KitExport* row = kitExports;
+    while (row->name && row->stub != stub)
+        ++row;
+    return row->name ? row->name : "?";
 }
 
 Library::Library() : module_(LoadLibraryA(Path().c_str()))

@@ -30,6 +30,9 @@ public:
     /** @return the names that the .def file lists, in order. */
     static std::vector<std::string> ListedExports();
 
+    /** @return the name under which a function of tarvo.h is exported. */
+    static std::string NameOf(const void* function);
+
 private:
     HMODULE module_;
 };

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "security/acl_notation.h"
+#include "kit/acl_notation.h"
 
 namespace {
 

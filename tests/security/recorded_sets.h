@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kit/import_hook.h"
-#include "security/acl_notation.h"
+#include "kit/acl_notation.h"
 
 /** Sees every access list that the DLL writes, "name = list", and hands it on or, if told to, keeps it. */
 class RecordedSets {

@@ -1,4 +1,4 @@
-#include "security/acl_notation.h"
+#include "kit/acl_notation.h"
 
 #include <gtest/gtest.h>
 
@@ -67,40 +67,6 @@ void Append(std::vector<BYTE>& list, std::string_view entry)
     memcpy(&list[begin + offset], sid.data(), sid.size());
 }
 
-std::string DescribeSid(PSID sid)
-{
-    for (char letter = 'A'; letter <= 'Z'; ++letter) {
-        if (EqualSid(sid, Sid({&letter, 1}).data()))
-            return {letter};
-    }
-    char* text = nullptr;
-    if (!ConvertSidToStringSidA(sid, &text))
-        return "?";
-    std::string result = text;
-    LocalFree(text);
-    return result;
-}
-
-std::string DescribeAce(ACCESS_ALLOWED_ACE* ace)
-{
-    std::string text;
-    BYTE left = ace->Header.AceFlags;
-    for (const Flag& flag : kFlags) {
-        if ((left & flag.bits) == flag.bits) {
-            text += flag.word;
-            left = static_cast<BYTE>(left & ~flag.bits);
-        }
-    }
-    if (left)
-        text += "flags " + std::to_string(left) + " ";
-    for (const Kind& kind : kKinds)
-        text += kind.type == ace->Header.AceType ? kind.word : "";
-    text += DescribeSid(reinterpret_cast<BYTE*>(ace) + SidOffset(ace->Header.AceType));
-    char mask[16];
-    snprintf(mask, sizeof mask, ":%lx", ace->Mask);
-    return ace->Mask == 1 ? text : text + mask;
-}
-
 } // namespace
 
 std::vector<BYTE> Sid(std::string_view name)
@@ -134,6 +100,42 @@ std::vector<BYTE> Make(std::string_view text)
     return list;
 }
 
+std::string DescribeSid(const void* given)
+{
+    PSID const sid = const_cast<void*>(given);
+    for (char letter = 'A'; letter <= 'Z'; ++letter) {
+        if (EqualSid(sid, Sid({&letter, 1}).data()))
+            return {letter};
+    }
+    char* text = nullptr;
+    if (!ConvertSidToStringSidA(sid, &text))
+        return "?";
+    std::string result = text;
+    LocalFree(text);
+    return result;
+}
+
+std::string DescribeEntry(const void* entry)
+{
+    const auto* ace = static_cast<const ACCESS_ALLOWED_ACE*>(entry);
+    std::string text;
+    BYTE left = ace->Header.AceFlags;
+    for (const Flag& flag : kFlags) {
+        if ((left & flag.bits) == flag.bits) {
+            text += flag.word;
+            left = static_cast<BYTE>(left & ~flag.bits);
+        }
+    }
+    if (left)
+        text += "flags " + std::to_string(left) + " ";
+    for (const Kind& kind : kKinds)
+        text += kind.type == ace->Header.AceType ? kind.word : "";
+    text += DescribeSid(static_cast<const BYTE*>(entry) + SidOffset(ace->Header.AceType));
+    char mask[16];
+    snprintf(mask, sizeof mask, ":%lx", ace->Mask);
+    return ace->Mask == 1 ? text : text + mask;
+}
+
 std::string Describe(const ACL* acl)
 {
     if (!acl)
@@ -143,7 +145,7 @@ std::string Describe(const ACL* acl)
         void* ace = nullptr;
         if (!GetAce(const_cast<ACL*>(acl), index, &ace))
             return text + " | ?";
-        text += (index ? " | " : "") + DescribeAce(static_cast<ACCESS_ALLOWED_ACE*>(ace));
+        text += (index ? " | " : "") + DescribeEntry(ace);
     }
     return text;
 }

@@ -16,6 +16,9 @@ namespace acl {
 std::vector<BYTE> Sid(std::string_view name);
 std::vector<BYTE> Make(std::string_view text);
 
+std::string DescribeSid(const void* sid);
+std::string DescribeEntry(const void* ace);
+
 /** @return "none" for no list; "" for an empty one. */
 std::string Describe(const ACL* acl);
 

@@ -1,0 +1,648 @@
+#include "kit/behavior.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <stdexcept>
+
+#include "kit/trace_log.h"
+#include "tarvo/tarvo.h"
+
+namespace kit {
+namespace {
+
+constexpr char kFolder[] = "C:\\tarvo-record";
+constexpr char kUninstallLog[] = "C:\\tarvo-record.ini";
+constexpr char kKey[] = "Software\\TarvoTests\\record";
+constexpr BYTE kFill = 0xEE;
+constexpr size_t kBehind = 16;
+constexpr int kNoLog = -1;
+constexpr int kAllDetails = 255;
+
+std::string ConfigPath()
+{
+    return ProgramFolder() + "\\TARVO.cfg";
+}
+
+std::string LogPath()
+{
+    char windows[MAX_PATH] = {};
+    GetWindowsDirectoryA(windows, sizeof windows);
+    return std::string(windows) + "\\TARVO.log";
+}
+
+std::string RecordPath(const std::string& name)
+{
+    return ProgramFolder() + "\\..\\..\\..\\tests\\" + name + ".record";
+}
+
+void Replace(std::string& text, const std::string& what, const std::string& with)
+{
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
+        text.replace(at, what.size(), with);
+}
+
+/** The system's text for a code as service failures have it, with its line end. */
+std::string TextWithLineEnd(DWORD code)
+{
+    char text[1024] = {};
+    FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text, sizeof text,
+                   nullptr);
+    return text;
+}
+
+bool IsOnStack(DWORD number)
+{
+    MEMORY_BASIC_INFORMATION here = {};
+    MEMORY_BASIC_INFORMATION there = {};
+    VirtualQuery(&here, &here, sizeof here);
+    VirtualQuery(reinterpret_cast<void*>(number), &there, sizeof there);
+    return there.State == MEM_COMMIT && there.AllocationBase == here.AllocationBase;
+}
+
+bool IsAddress(DWORD number)
+{
+    HMODULE module = nullptr;
+    return GuardedHeap::Owns(reinterpret_cast<void*>(number)) || IsOnStack(number) ||
+           GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                              reinterpret_cast<char*>(number), &module);
+}
+
+std::string Join(const std::vector<std::string>& texts, const char* between)
+{
+    std::string joined;
+    for (const std::string& text : texts)
+        joined += (joined.empty() ? "" : between) + text;
+    return joined;
+}
+
+/** Puts "allocations 3 to 5" for "allocation 3", "allocation 4", "allocation 5". */
+std::vector<std::string> WithRanges(const std::vector<std::string>& names)
+{
+    constexpr std::string_view kWord = "allocation ";
+    std::vector<std::string> shown;
+    for (size_t index = 0; index < names.size(); ++index) {
+        size_t last = index;
+        const auto number = [&](size_t at) { return std::stoi(names[at].substr(kWord.size())); };
+        while (names[index].starts_with(kWord) && last + 1 < names.size() && number(last + 1) == number(last) + 1)
+            ++last;
+        shown.push_back(last == index ? names[index]
+                                      : "allocations " + names[index].substr(kWord.size()) + " to " +
+                                            names[last].substr(kWord.size()));
+        index = last;
+    }
+    return shown;
+}
+
+/** What was recorded for uninstalling: "[Files] item=1", an entry after the other. */
+std::string Recorded()
+{
+    std::string section;
+    std::vector<std::string> entries;
+    for (const std::string& line : SplitLines(FileExists(kUninstallLog) ? ReadFile(kUninstallLog) : "")) {
+        if (line.starts_with("["))
+            section = line;
+        else
+            entries.push_back(section + " " + line);
+    }
+    return Join(entries, "; ");
+}
+
+void ClearTheStage()
+{
+    RemoveTree(kFolder);
+    DeleteFileA(kUninstallLog);
+    for (const View view : {View::kOwn, View::k64})
+        RemoveKeyTree(kKey, view);
+    PendingValue::Remove();
+}
+
+} // namespace
+
+OutPlace::OutPlace(std::string label, size_t size, bool isText)
+    : label_(std::move(label)), size_(size), isText_(isText), bytes_(size + kBehind, kFill)
+{
+}
+
+std::string OutPlace::Show() const
+{
+    const auto filled = [](BYTE byte) { return byte == kFill; };
+    if (!std::all_of(bytes_.end() - kBehind, bytes_.end(), filled))
+        return label_ + ": written behind its end";
+    if (std::all_of(bytes_.begin(), bytes_.end(), filled))
+        return label_ + ": untouched";
+    if (!isText_) {
+        DWORD number = 0;
+        memcpy(&number, bytes_.data(), sizeof number);
+        return label_ + ": " + std::to_string(static_cast<int>(number));
+    }
+    std::string_view text(reinterpret_cast<const char*>(bytes_.data()), size_);
+    const size_t end = text.find_last_not_of(static_cast<char>(kFill));
+    text = text.substr(0, end + 1);
+    // The zero that ends it is left out; zeros behind that are the platform's.
+    return label_ + ": " + Quoted(text.substr(0, std::min(text.find_last_not_of('\0') + 1, text.size())));
+}
+
+Stage::Stage(Recorder& recorder, HMODULE library, std::function<void()> beforeCall)
+    : recorder_(recorder), library_(library), beforeCall_(std::move(beforeCall))
+{
+    char path[MAX_PATH] = {};
+    GetTempPathA(sizeof path, path);
+    HideText(ProgramFolder(), "<program>");
+    HideText(std::string(path).substr(0, strlen(path) - 1), "<temp>");
+    GetEnvironmentVariableA("USERPROFILE", path, sizeof path);
+    HideText(path, "<user>");
+}
+
+std::string Stage::Folder(const std::string& name)
+{
+    CreateDirectoryA(kFolder, nullptr);
+    return name.empty() ? kFolder : std::string(kFolder) + "\\" + name;
+}
+
+std::string Stage::File(const std::string& name, std::string_view content)
+{
+    WriteFile(Folder(name), content);
+    return Folder(name);
+}
+
+std::string Stage::Key(const std::string& sub)
+{
+    return sub.empty() ? kKey : std::string(kKey) + "\\" + sub;
+}
+
+std::string Stage::Locator(const std::string& sub)
+{
+    return "HKEY_LOCAL_MACHINE\\" + Key(sub);
+}
+
+OutPlace& Stage::Number(const char* label)
+{
+    OutPlace& place = outs_.emplace_back(label, sizeof(DWORD), false);
+    Hide(reinterpret_cast<DWORD>(place.Bytes()), std::string("<") + label + ">");
+    return place;
+}
+
+OutPlace& Stage::Text(const char* label, size_t size, const char* content)
+{
+    OutPlace& place = outs_.emplace_back(label, size, true);
+    Hide(reinterpret_cast<DWORD>(place.Bytes()), std::string("<") + label + ">");
+    if (content)
+        memcpy(place.Bytes(), content, strlen(content) + 1);
+    return place;
+}
+
+std::string Stage::ShowNumber(long long number)
+{
+    char text[32];
+    snprintf(text, sizeof text, number > 0xFFFF ? "0x%llX" : "%lld", number);
+    return text;
+}
+
+void Stage::HideText(const std::string& text, const std::string& name)
+{
+    hiddenTexts_.emplace_back(text, name);
+}
+
+void Stage::Tell(const std::string& label, const std::vector<std::string>& facts)
+{
+    Tell(label, Join(facts, "; "));
+}
+
+void Stage::TellValue(const std::string& key, const std::string& name, View view)
+{
+    const auto value = ReadValue(key, name, view);
+    const std::string where = key + (view == View::k64 ? "\\\\(64) " : "\\\\") + name;
+    if (!value)
+        return Tell(where, KeyExists(key, view) ? "none" : "no key");
+    DWORD number = 0;
+    if (value->type == REG_DWORD && value->bytes.size() == sizeof number) {
+        memcpy(&number, value->bytes.data(), sizeof number);
+        return Tell(where, "dword " + ShowNumber(number));
+    }
+    Tell(where, "type " + std::to_string(value->type) + " " + Quoted(value->bytes));
+}
+
+void Stage::TellFile(const std::string& path)
+{
+    Tell(path, FileExists(path) ? Quoted(ReadFile(path)) : "none");
+}
+
+void Stage::TellPending()
+{
+    std::vector<std::string> pairs;
+    for (const auto& [source, target] : PendingValue::Read())
+        pairs.push_back(source + " > " + (target.empty() ? "deleted" : target));
+    Tell("pending", pairs.empty() ? (PendingValue::ReadRaw() ? "empty" : "none") : Join(pairs, "; "));
+}
+
+std::string Stage::HideNumbers(const std::string& text) const
+{
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const bool hex = text.compare(at, 2, "0x") == 0;
+        const size_t begin = at + (hex ? 2 : 0);
+        const size_t end = std::min(text.find_first_not_of("0123456789abcdefABCDEF", begin), text.size());
+        const bool whole = (at == 0 || !isalnum(static_cast<unsigned char>(text[at - 1]))) &&
+                           (end == text.size() || !isalnum(static_cast<unsigned char>(text[end])));
+        if (!whole || end - begin < 4 || end - begin > 10) {
+            const size_t next = std::max(end, at + 1);
+            result += text.substr(at, next - at);
+            at = next;
+            continue;
+        }
+        const std::string digits = text.substr(begin, end - begin);
+        std::string shown = text.substr(at, end - at);
+        for (const int base : {16, 10}) {
+            const auto number = static_cast<DWORD>(strtoull(digits.c_str(), nullptr, base));
+            const auto named = hidden_.find(number);
+            if (named != hidden_.end())
+                shown = named->second;
+            else if (shown[0] != '<' && number > 0xFFFF && IsAddress(number))
+                shown = "<address>";
+        }
+        result += shown;
+        at = end;
+    }
+    return result;
+}
+
+std::string Stage::Stable(std::string text) const
+{
+    text = HideNumbers(text);
+    for (const auto& [what, name] : hiddenTexts_)
+        Replace(text, what, name);
+    // "error: [code] (the system's text)" and results.
+    for (size_t at = text.find("error: ["); at != std::string::npos; at = text.find("error: [", at + 1)) {
+        const auto code = static_cast<DWORD>(strtol(text.c_str() + at + 8, nullptr, 10));
+        const size_t open = text.find("] (", at) + 3;
+        const std::pair<std::string, std::string> forms[] = {{kit::SystemText(code) + ")", "<text>)"},
+                                                             {TextWithLineEnd(code) + ")", "<text, line end>)"}};
+        for (auto [form, shown] : forms) {
+            std::erase(form, '\r');
+            if (code && text.compare(open, form.size(), form) == 0)
+                text.replace(open, form.size(), shown);
+        }
+    }
+    return text;
+}
+
+void Stage::Begin(const void* function, const std::string& arguments)
+{
+    if (beforeCall_)
+        beforeCall_();
+    notes_.push_back({recorder_.Events().size(), Stable(Library::NameOf(function) + "(" + arguments + ")"), false});
+    beforeCall_ = nullptr;
+    recorder_.Start(library_);
+}
+
+std::string Stage::ErrorText(DWORD code) const
+{
+    const std::string text = LastMessage();
+    if (text.empty())
+        return "";
+    if (code && text == SystemText(code))
+        return " <text>";
+    if (code && text == TextWithLineEnd(code))
+        return " <text, line end>";
+    return " (" + text + ")";
+}
+
+void Stage::End(const char* kind, const DWORD* result)
+{
+    recorder_.Stop();
+    char shown[32] = {};
+    if (result && strcmp(kind, "code") == 0)
+        snprintf(shown, sizeof shown, "= %ld", static_cast<long>(*result));
+    else if (result)
+        snprintf(shown, sizeof shown, "returns %s", ShowNumber(*result).c_str());
+    std::string line = shown;
+    if (result && *result && strcmp(kind, "code") == 0)
+        line += ErrorText(*result);
+    for (const OutPlace* place : given_)
+        line += (line.empty() ? "" : ", ") + place->Show();
+    given_.clear();
+    if (!line.empty())
+        Add(line);
+}
+
+void Stage::Add(const std::string& line)
+{
+    notes_.push_back({recorder_.Events().size(), Stable(line), true});
+}
+
+struct BehaviorTest::Outcome {
+    struct Line {
+        char severity; // 0 for a call
+        int detail;
+        size_t indentation;
+        std::string text;
+        const PlatformCall* call;
+    };
+    std::vector<Line> lines;
+    std::vector<Stage::Note> notes;
+    std::string recorded;
+    std::string open;
+    bool happened = false; // the failure that was asked for
+
+    /** Results of calls and facts told. */
+    std::vector<std::string> Results() const
+    {
+        std::vector<std::string> results;
+        for (const Stage::Note& note : notes) {
+            if (note.isResult)
+                results.push_back(note.text);
+        }
+        return results;
+    }
+};
+
+void BehaviorTest::SetUp()
+{
+    LibraryTest::SetUp();
+    AllowOpenHandles(); // what stays open stands in the record
+}
+
+void BehaviorTest::Open(const std::string& name)
+{
+    name_ = name;
+    if (!FileExists(RecordPath(name)))
+        return;
+    std::string title;
+    for (const std::string& line : SplitLines(ReadFile(RecordPath(name)))) {
+        if (line.starts_with("## "))
+            title = line.substr(3);
+        else if (!title.empty())
+            expected_[title] += line + "\n";
+    }
+}
+
+void BehaviorTest::Case(const std::string& title, const Body& body)
+{
+    Case(title, Ways{}, body);
+}
+
+void BehaviorTest::Case(const std::string& title, const Ways& ways, const Body& body)
+{
+    const std::string found = Describe(body, ways);
+    seen_.emplace_back(title, found);
+    if (getenv("TARVO_WRITE_RECORDS"))
+        return;
+    std::string expected = expected_[title];
+    while (expected.ends_with("\n\n"))
+        expected.pop_back();
+    EXPECT_EQ(expected, found) << name_ << ": " << title;
+}
+
+void BehaviorTest::TearDown()
+{
+    DeleteFileA(ConfigPath().c_str());
+    LibraryTest::TearDown();
+    DeleteFileA(LogPath().c_str());
+    ClearTheStage();
+    if (getenv("TARVO_WRITE_RECORDS") && !HasFailure()) {
+        std::string file;
+        for (const auto& [title, text] : seen_)
+            file += (file.empty() ? "## " : "\n## ") + title + "\n" + text;
+        WriteFile(RecordPath(name_), file);
+        return;
+    }
+    for (const auto& [title, text] : seen_)
+        expected_.erase(title);
+    for (const auto& [title, text] : expected_)
+        ADD_FAILURE() << name_ << ": no test shows the case: " << title;
+}
+
+BehaviorTest::Outcome BehaviorTest::Run(const Body& body, const Ways& ways, int threshold, int failingCall,
+                                        unsigned failingAllocation)
+{
+    Reload();
+    ClearTheStage();
+    DeleteFileA(LogPath().c_str());
+    if (threshold != kNoLog) {
+        WriteFile(ConfigPath(), "tl=" + std::to_string(threshold) + "\n");
+        TARVO_StartDebugLogging2();
+    }
+    if (ways.records)
+        TARVO_StartUninstallLogging(kUninstallLog, nullptr);
+
+    Recorder recorder(LogPath());
+    recorder.FailCall(failingCall, ways.code);
+    recorder.sleeps = ways.sleeps;
+    recorder.unfolded = ways.unfolded;
+    Stage stage(recorder, HookedModule(), [&] { Heap().FailAllocation(failingAllocation); });
+    body(stage);
+
+    Outcome outcome;
+    outcome.happened = failingAllocation ? Heap().FailureHappened() : recorder.FailureHappened();
+    Heap().FailAllocation(0);
+    for (const Recorder::Event& event : recorder.Events())
+        outcome.lines.push_back({event.severity, kAllDetails, event.indentation, stage.Stable(event.text), event.call});
+    outcome.notes = stage.Notes();
+    outcome.recorded = Recorded();
+    outcome.open = recorder.Names().Open();
+    return outcome;
+}
+
+namespace {
+
+using Numbers = std::vector<size_t>;
+
+/** A folded block shows the first line in it that was wanted. */
+std::string_view WithoutFirstLine(std::string_view line)
+{
+    return line.starts_with("{ TARVO_") && line.ends_with(" }") ? line.substr(0, line.find(':')) : line;
+}
+
+/** @return for each line of whole, whether it is in part, a part of it in the same order: the longest that fits. */
+template <class Lines> std::vector<bool> FindIn(const Lines& whole, const Lines& part)
+{
+    const auto same = [](const auto& left, const auto& right) {
+        return left.severity == right.severity && left.severity && left.indentation == right.indentation &&
+               WithoutFirstLine(left.text) == WithoutFirstLine(right.text);
+    };
+    std::vector<Numbers> longest(whole.size() + 1, Numbers(part.size() + 1));
+    for (size_t i = whole.size(); i-- > 0;) {
+        for (size_t j = part.size(); j-- > 0;)
+            longest[i][j] =
+                same(whole[i], part[j]) ? longest[i + 1][j + 1] + 1 : std::max(longest[i + 1][j], longest[i][j + 1]);
+    }
+    std::vector<bool> found(whole.size());
+    for (size_t i = 0, j = 0; i < whole.size() && j < part.size();) {
+        if (same(whole[i], part[j]) && longest[i][j] == longest[i + 1][j + 1] + 1)
+            found[i++] = ++j;
+        else
+            ++(longest[i + 1][j] >= longest[i][j + 1] ? i : j);
+    }
+    return found;
+}
+
+} // namespace
+
+void BehaviorTest::FindDetails(const Body& body, const Ways& ways, Outcome& outcome, int call, unsigned allocation)
+{
+    for (auto& line : outcome.lines)
+        line.detail = 3;
+    for (const int threshold : {2, 1, 0}) {
+        const Outcome less = Run(body, ways, threshold, call, allocation);
+        const std::vector<bool> found = FindIn(outcome.lines, less.lines);
+        for (size_t index = 0; index < found.size(); ++index) {
+            if (found[index])
+                outcome.lines[index].detail = threshold;
+        }
+    }
+}
+
+namespace {
+
+/** A closing line says nothing new where it stands right. */
+template <class Lines> std::vector<bool> ClosingLines(const Lines& lines)
+{
+    std::vector<bool> closing(lines.size());
+    std::vector<size_t> open;
+    for (size_t index = 0; index < lines.size(); ++index) {
+        const auto& line = lines[index];
+        if (line.severity && line.text.starts_with("{ ") && !line.text.ends_with(" }"))
+            open.push_back(index);
+        if (!line.severity || !line.text.starts_with("} ") || open.empty())
+            continue;
+        const auto& opening = lines[open.back()];
+        closing[index] = opening.text.substr(2) == line.text.substr(2) && opening.severity == line.severity &&
+                         opening.detail == line.detail && opening.indentation == line.indentation;
+        open.pop_back();
+    }
+    return closing;
+}
+
+template <class Line> std::string Written(const Line& line)
+{
+    const std::string indentation(line.indentation, ' ');
+    if (!line.severity)
+        return "   " + indentation + "> " + line.text + "\n";
+    return line.severity + std::to_string(line.detail) + " " + indentation + line.text + "\n";
+}
+
+template <class Lines> std::vector<std::string> CallsOf(const Lines& lines)
+{
+    std::vector<std::string> calls;
+    for (const auto& line : lines) {
+        if (!line.severity)
+            calls.push_back(line.text);
+    }
+    return calls;
+}
+
+} // namespace
+
+std::string BehaviorTest::Describe(const Body& body, const Ways& ways)
+{
+    Outcome whole = Run(body, ways, kAllDetails, -1, 0);
+    FindDetails(body, ways, whole, -1, 0);
+    std::string text;
+    const std::vector<bool> closing = ClosingLines(whole.lines);
+    for (size_t index = 0, note = 0; index <= whole.lines.size(); ++index) {
+        for (; note < whole.notes.size() && whole.notes[note].event == index; ++note)
+            text += whole.notes[note].text + "\n";
+        if (index < whole.lines.size() && !closing[index])
+            text += Written(whole.lines[index]);
+    }
+    if (!whole.recorded.empty())
+        text += "recorded: " + whole.recorded + "\n";
+    if (!whole.open.empty())
+        text += "stays open:" + whole.open + "\n";
+
+    return text + DescribeSilence(body, ways, whole) + DescribeFailures(body, ways, whole);
+}
+
+/** Without a log there are no lines that tell where an export within begins: all of it is compared. */
+std::string BehaviorTest::DescribeSilence(const Body& body, Ways ways, const Outcome& whole)
+{
+    std::string text;
+    const Outcome silent = Run(body, ways, kNoLog, -1, 0);
+    if (silent.Results() != whole.Results() || silent.recorded != whole.recorded)
+        text += "without a log: " + Join(silent.Results(), " | ") + " | recorded: " + silent.recorded + "\n";
+    if (!ways.silentCalls)
+        return text;
+    ways.unfolded = true;
+    if (CallsOf(silent.lines) != CallsOf(Run(body, ways, kAllDetails, -1, 0).lines))
+        text += "calls without a log:\n   > " + Join(CallsOf(silent.lines), "\n   > ") + "\n";
+    return text;
+}
+
+std::string BehaviorTest::DescribeFailures(const Body& body, const Ways& ways, const Outcome& whole)
+{
+    std::vector<std::pair<std::string, std::vector<std::string>>> rows; // what comes of it, and of which calls
+    const auto add = [&](const std::string& outcome, const std::string& who) {
+        for (auto& [known, calls] : rows) {
+            if (known == outcome)
+                return calls.push_back(who);
+        }
+        rows.push_back({outcome, {who}});
+    };
+    bool happened = true;
+    if (ways.failures) {
+        std::map<std::string, int> counts;
+        int number = 0;
+        for (const auto& line : whole.lines) {
+            if (line.severity)
+                continue;
+            const int nth = ++counts[line.call->name];
+            const int call = number++;
+            if (std::string_view(line.call->result).ends_with('!') || strcmp(line.call->name, "Sleep") == 0)
+                continue;
+            add(DescribeFailure(body, ways, whole, call, 0, happened),
+                line.call->name + (nth > 1 ? " " + std::to_string(nth) : std::string()));
+        }
+    }
+    if (ways.allocations) {
+        for (unsigned n = 1; n < 100; ++n) {
+            const std::string outcome = DescribeFailure(body, ways, whole, -1, n, happened);
+            if (!happened)
+                break;
+            add(outcome, "allocation " + std::to_string(n));
+        }
+    }
+    std::string text;
+    for (const auto& [outcome, calls] : rows)
+        text += "! " + Join(WithRanges(calls), ", ") + ": " + outcome + "\n";
+    return text;
+}
+
+std::string BehaviorTest::DescribeFailure(const Body& body, const Ways& ways, const Outcome& whole, int call,
+                                          unsigned allocation, bool& happened)
+{
+    Outcome outcome = Run(body, ways, kAllDetails, call, allocation);
+    happened = outcome.happened;
+    if (!happened)
+        return "not reached";
+    const std::vector<bool> known = FindIn(outcome.lines, whole.lines);
+    const auto isNew = [&](size_t index) {
+        const auto& line = outcome.lines[index];
+        return (line.severity == 'E' || line.severity == 'W') && !known[index] &&
+               !(line.text.starts_with("Function ") && line.indentation <= 3);
+    };
+    bool anyNew = false;
+    for (size_t index = 0; index < outcome.lines.size(); ++index)
+        anyNew |= isNew(index);
+    if (anyNew)
+        FindDetails(body, ways, outcome, call, allocation);
+
+    std::vector<std::string> parts;
+    const std::vector<std::string> usual = whole.Results();
+    for (const std::string& line : outcome.Results()) {
+        if (line.starts_with("= ") || std::find(usual.begin(), usual.end(), line) == usual.end())
+            parts.push_back(line);
+    }
+    if (!outcome.recorded.empty())
+        parts.push_back("recorded " + (outcome.recorded == whole.recorded ? "as ever" : outcome.recorded));
+    if (!outcome.open.empty())
+        parts.push_back("open" + outcome.open);
+    for (size_t index = 0; index < outcome.lines.size(); ++index) {
+        if (isNew(index))
+            parts.push_back(outcome.lines[index].severity + std::to_string(outcome.lines[index].detail) + " " +
+                            outcome.lines[index].text);
+    }
+    return Join(parts, " | ");
+}
+
+} // namespace kit
