@@ -1,5 +1,7 @@
 // Lists of library copies: their order, what is in them, and what is left alone.
 
+#include <algorithm>
+
 #include "registry/product_key.h"
 
 namespace {
