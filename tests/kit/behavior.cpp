@@ -258,7 +258,7 @@ std::string Stage::HideNumbers(const std::string& text) const
             const auto named = hidden_.find(number);
             if (named != hidden_.end())
                 shown = named->second;
-            else if (shown[0] != '<' && number > 0xFFFF && IsAddress(number))
+            else if (shown[0] != '<' && number > 0xFFFF && number != GENERIC_EXECUTE && IsAddress(number))
                 shown = "<address>";
         }
         result += shown;
@@ -451,7 +451,9 @@ using Numbers = std::vector<size_t>;
 /** A folded block shows the first line in it that was wanted. */
 std::string_view WithoutFirstLine(std::string_view line)
 {
-    return line.starts_with("{ TARVO_") && line.ends_with(" }") ? line.substr(0, line.find(':')) : line;
+    if (!line.starts_with("{ TARVO_") || !line.ends_with(" }"))
+        return line;
+    return line.substr(0, std::min(line.find(':'), line.size() - 2)); // it may be without one
 }
 
 /** @return for each line of whole, whether it is in part, a part of it in the same order: the longest that fits. */
