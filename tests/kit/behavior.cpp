@@ -253,12 +253,12 @@ std::string Stage::HideNumbers(const std::string& text) const
         }
         const std::string digits = text.substr(begin, end - begin);
         std::string shown = text.substr(at, end - at);
-        for (const int base : {16, 10}) {
+        for (const int base : hex ? std::vector<int>{16} : std::vector<int>{16, 10}) {
             const auto number = static_cast<DWORD>(strtoull(digits.c_str(), nullptr, base));
             const auto named = hidden_.find(number);
             if (named != hidden_.end())
                 shown = named->second;
-            else if (shown[0] != '<' && number > 0xFFFF && number != GENERIC_EXECUTE && IsAddress(number))
+            else if (shown[0] != '<' && number > 0xFFFF && IsAddress(number))
                 shown = "<address>";
         }
         result += shown;
