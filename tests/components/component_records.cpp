@@ -146,7 +146,7 @@ TEST_F(ComponentRecords, Agent)
         {&TARVO_StartKOBA, {SERVICE_RUNNING}},        {&TARVO_StartKOBA, {SERVICE_START_PENDING, SERVICE_RUNNING}},
         {&TARVO_StartKOBA, {SERVICE_PAUSED}},         {&TARVO_StartKOBA, {SERVICE_STOPPED}, 1},
         {&TARVO_StopKOBA, {SERVICE_STOPPED}},         {&TARVO_StopKOBA, {SERVICE_STOP_PENDING, SERVICE_STOPPED}},
-        {&TARVO_StopKOBA, {SERVICE_RUNNING}},         {&TARVO_StopKOBA, {SERVICE_RUNNING}, 1},
+        {&TARVO_StopKOBA, {SERVICE_PAUSED}},          {&TARVO_StopKOBA, {SERVICE_RUNNING}, 1},
         {&TARVO_StopKOBA, {SERVICE_STOP_PENDING}, 2},
     };
     Case("an agent is started, stopped and waited for by its state", false, [&](Stage& stage) {
