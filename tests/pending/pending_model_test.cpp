@@ -53,7 +53,7 @@ std::vector<std::string> Names()
     const std::vector<std::string> western = {"\xC9", "\xE9", "\x8C", "\x9C", "\xC9\\..\\\xE9"};
     // Second bytes that are a backslash, a bar, a bracket, a letter or a first byte.
     const std::vector<std::string> japanese = {
-        "\x83\x5C", "\x83\x5C\\", "a\x95\x5C\\..\\b", "\x83\x7C",           "\xE0\x5C\\\\\x83",         "\x83\x61",
+        "\x83\x5C", "\x83\x5C\\", "a\x95\x5C\\..\\b", "\x83\x7C",           "\xE0\x5C\\\\\xFA\x5C",     "\x83\x61",
         "\x83\x41", "\x82\x60",   "\x82\x81",         "\x95\x5C\x95\x5C..", "\x88\x9F\\.\\\xFA\x5C\\x", "\x81\x81\\..",
     };
     const std::vector<std::string>& more = GetACP() == 932 ? japanese : western;
@@ -76,7 +76,7 @@ std::wstring SomeStored(kit::Dice& dice)
         L"\\??\\C:\\",     L"\\??\\C:\\",      L"!\\??\\C:\\",  L"!\\??\\C:\\", L"\\??\\UNC\\s\\",
         L"\\??\\unc\\s\\", L"!\\??\\UNC\\s\\", L"*1\\??\\C:\\", L"\\??\\",      L""};
     static const std::vector<std::wstring> names = {
-        L"a", L"A",      L"b",      L"ab",   L"b\\",   L"x\\..\\a", L"\x65E5", L"\x672C\\.\\x\\",
+        L"a", L"A",      L"b",      L"ab",   L"b\\",   L"x\\..\\a", L"\x65E5", L"x\x672C\\.\\x\\",
         L"?", L"\x0100", L"\xD83D", L"\xE9", L"\x0E01"};
     return dice.Of(prefixes) + dice.Of(names);
 }
