@@ -45,6 +45,7 @@ struct Store {
     enum Reading { kAnswered, kSizeUnknown, kSizeRefused, kDataRefused } reading = kAnswered;
     bool refusesWriting = false;
     int opens = 0;
+    int writes = 0;
 
     bool Opens() { return ++opens < refusedOpen || !refusedOpen; }
 
@@ -65,6 +66,7 @@ struct Store {
 
     DWORD Write(const std::wstring& units)
     {
+        ++writes;
         if (refusesWriting)
             return kWriteCode;
         value = {REG_MULTI_SZ, units};

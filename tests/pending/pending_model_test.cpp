@@ -40,6 +40,8 @@ public:
             set_.FailAll(0, Store::kWriteCode);
     }
 
+    int Writes() const { return set_.Calls(); }
+
 private:
     kit::ImportHook<decltype(&RegOpenKeyExA)> open_{"RegOpenKeyExA", &RegOpenKeyExA};
     kit::ImportHook<decltype(&RegQueryValueExW)> query_{"RegQueryValueExW", &RegQueryValueExW};
@@ -49,7 +51,8 @@ private:
 
 std::vector<std::string> Names()
 {
-    std::vector<std::string> names = {"a", "A", "ab", "[", "{", "a\\..\\b", "x\\\\B", ".\\a", "a\\.", "b\\", "..", ""};
+    std::vector<std::string> names = {"a",        "A",      "ab",   "[",    "{",   "@",  "`",
+                                      "a\\..\\b", "x\\\\B", ".\\a", "a\\.", "b\\", "..", ""};
     const std::vector<std::string> western = {"\xC9", "\xE9", "\x8C", "\x9C", "\xC9\\..\\\xE9"};
     // Second bytes that are a backslash, a bar, a bracket, a letter or a first byte.
     const std::vector<std::string> japanese = {
@@ -76,8 +79,8 @@ std::wstring SomeStored(kit::Dice& dice)
         L"\\??\\C:\\",     L"\\??\\C:\\",      L"!\\??\\C:\\",  L"!\\??\\C:\\", L"\\??\\UNC\\s\\",
         L"\\??\\unc\\s\\", L"!\\??\\UNC\\s\\", L"*1\\??\\C:\\", L"\\??\\",      L""};
     static const std::vector<std::wstring> names = {
-        L"a", L"A",      L"b",      L"ab",   L"b\\",   L"x\\..\\a", L"\x65E5", L"x\x672C\\.\\x\\",
-        L"?", L"\x0100", L"\xD83D", L"\xE9", L"\x0E01"};
+        L"a", L"A",      L"b",      L"ab",           L"b\\",  L"x\\..\\a",   L"\x65E5", L"x\x672C\\.\\x\\",
+        L"?", L"\x0100", L"\xD83D", L"\xDE00\xD83D", L"\xE9", L"\x20AC\x81", L"\x0E01", L""};
     return dice.Of(prefixes) + dice.Of(names);
 }
 
@@ -110,6 +113,7 @@ void PendingModel::OthersChangeTheValue()
     const std::wstring pair = SomeStored(dice_) + L'\0' + (dice_.OneIn(3) ? L"" : SomeStored(dice_)) + L'\0';
     DWORD type = REG_MULTI_SZ;
     std::wstring units = store_.value ? store_.value->units : L"";
+    std::wstring end(1, L'\0');
     if (!units.empty())
         units.pop_back(); // the end of the list
     if (units.size() > 500 || dice_.OneIn(12))
@@ -124,20 +128,23 @@ void PendingModel::OthersChangeTheValue()
         units += SomeStored(dice_); // without a target
         break;
     case 3:
-        type = dice_.OneIn(2) ? REG_BINARY : REG_EXPAND_SZ;
+        type = dice_.Of(std::vector<DWORD>{REG_BINARY, REG_DWORD, REG_SZ, REG_EXPAND_SZ});
         break;
     case 4:
         std::swap(units, earlier_);
         break;
+    case 5:
+        end = dice_.OneIn(2) ? L"" : end + pair + end; // nothing counts behind the end
+        break;
     default:
         units += pair;
     }
-    PendingValue::WriteRaw(units + L'\0', type);
+    PendingValue::WriteRaw(units + end, type);
 }
 
 void PendingModel::RefuseSome()
 {
-    store_.opens = 0;
+    store_.opens = store_.writes = 0;
     store_.refusedOpen = 0;
     store_.reading = Store::kAnswered;
     store_.refusesWriting = dice_.OneIn(20);
@@ -194,6 +201,7 @@ TEST_F(PendingModel, EveryCallGoesByTheRules)
         {
             const Refusals refusals(store_);
             Call();
+            EXPECT_EQ(store_.writes, refusals.Writes());
         }
         EXPECT_TRUE(store_.value == PendingValue::ReadRaw())
             << "before   " << testing::PrintToString(before.value_or(PendingValue::Raw{}).units) << "\nexpected "
