@@ -18,7 +18,10 @@ const Name kNames[] = {
     {932, "\x83\x5C", L"\x30BD", L"\x30BD"}, // a backslash as second byte
     {932, "\x95\x5C\x83\x5C", L"\x8868\x30BD", L"\x8868\x30BD"},
     {932, "\xE0\x5C", L"\x6FEC", L"\x6FEC"}, // of the second range of first bytes
-    {932, "\xFA\x5C", L"\x7E8A", L"\x7E8A"},
+    {932,
+     "\xFA\x5C"
+     "x",
+     L"\x7E8Ax", L"\x7E8Ax"},
     {932, "\x83\x7C", L"\x30DD", L"\x30DD"},                     // a bar
     {932, "\x83\x5Dx", L"\x30BEx", L"\x30BEx"},                  // a closing bracket
     {932, "\x83\x41", L"\x30A2", L"\x30A2"},                     // a letter with another case, a different character
@@ -100,11 +103,14 @@ TEST_F(CodePages, FoldersAreMadeAndRemoved)
         const std::wstring folder = Wide(Scratch().Path()) + L"\\" + name.wide;
         EXPECT_EQ(0U, TARVO_CreateDirectory(Scratch().Path(name.text + "/" + name.text).c_str()));
         EXPECT_TRUE(Exists(folder + L"\\" + name.wide));
-        const std::string file = Scratch().Path(name.text + "\\" + name.text + "\\" + name.text);
-        EXPECT_EQ(0U, TARVO_CopyFile(Scratch().Make("file").c_str(), file.c_str(), TRUE));
-        EXPECT_TRUE(Exists(folder + L"\\" + name.wide + L"\\" + name.wide));
         Replay(TARVO_UNINSTALL_FILES);
         EXPECT_FALSE(Exists(folder));
+        CreateDirectoryW(folder.c_str(), nullptr);
+        EXPECT_EQ(0U, TARVO_CopyFile(Scratch().Make("file").c_str(),
+                                     Scratch().Path(name.text + "\\" + name.text).c_str(), TRUE));
+        EXPECT_TRUE(Exists(folder + L"\\" + name.wide));
+        Replay(TARVO_UNINSTALL_FILES);
+        EXPECT_FALSE(Exists(folder)) << "it goes with its file";
     }
 }
 
@@ -116,6 +122,9 @@ TEST_F(CodePages, KeysAndValuesAreMadeAndRemoved)
         const std::wstring path = Wide(Key().Path("k")) + L"\\" + name.wide + L"\\" + name.wide;
         EXPECT_EQ(0U, TARVO_CreateRegistryEntry((key + "\\\\" + name.text + "|" + name.text).c_str(), REG_SZ, FALSE));
         EXPECT_EQ(name.wide, ReadText(path, name.wide));
+        const kit::TraceLog trace(Scratch().Path("trace.log"));
+        EXPECT_EQ(0U, TARVO_CreateRegistryEntry((key + "\\\\x|y").c_str(), REG_SZ, FALSE));
+        EXPECT_EQ(6U, trace.Count("already exists")) << "a line for each level";
         EXPECT_EQ(87U, TARVO_CreateRegistryEntry((key + "\\x|data").c_str(), REG_SZ, FALSE)) << "no two backslashes";
         Replay(TARVO_UNINSTALL_REGISTRY);
         EXPECT_EQ(L"none", ReadText(path, name.wide));

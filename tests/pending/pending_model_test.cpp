@@ -2,6 +2,7 @@
 
 #include "pending/pending_model.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "kit/dice.h"
@@ -51,8 +52,8 @@ private:
 
 std::vector<std::string> Names()
 {
-    std::vector<std::string> names = {"a",        "A",      "ab",   "[",    "{",   "@",  "`",
-                                      "a\\..\\b", "x\\\\B", ".\\a", "a\\.", "b\\", "..", ""};
+    std::vector<std::string> names = {"a", "A",        "ab",   "[",    "{",    "@",   "`",
+                                      "?", "a\\..\\b", "x\\B", ".\\a", "a\\.", "b\\", ""};
     const std::vector<std::string> western = {"\xC9", "\xE9", "\x8C", "\x9C", "\xC9\\..\\\xE9"};
     // Second bytes that are a backslash, a bar, a bracket, a letter or a first byte.
     const std::vector<std::string> japanese = {
@@ -65,22 +66,56 @@ std::vector<std::string> Names()
     return names;
 }
 
+/** Often one that the value has, as a plain path. */
 std::string SomePath(kit::Dice& dice)
 {
     static const std::vector<std::string> prefixes = {"C:\\", "C:\\", "c:\\", "\\\\s\\", "\\\\S\\", "\\"};
     static const std::vector<std::string> names = Names();
-    return dice.Of(prefixes) + dice.Of(names);
+    const PendingValue::Pairs pairs = dice.OneIn(2) ? PendingValue::Read() : PendingValue::Pairs();
+    if (pairs.empty())
+        return dice.Of(prefixes) + dice.Of(names);
+    const auto& [source, target] = dice.Of(pairs);
+    const std::wstring stored = model::Wide(dice.OneIn(2) ? source : target);
+    return model::Narrow(model::Plain(stored.starts_with(L'!') ? stored.substr(1) : stored));
 }
 
 /** What others put into the value: forms and characters of their own. */
 std::wstring SomeStored(kit::Dice& dice)
 {
-    static const std::vector<std::wstring> prefixes = {
-        L"\\??\\C:\\",     L"\\??\\C:\\",      L"!\\??\\C:\\",  L"!\\??\\C:\\", L"\\??\\UNC\\s\\",
-        L"\\??\\unc\\s\\", L"!\\??\\UNC\\s\\", L"*1\\??\\C:\\", L"\\??\\",      L""};
-    static const std::vector<std::wstring> names = {
-        L"a", L"A",      L"b",      L"ab",           L"b\\",  L"x\\..\\a",   L"\x65E5", L"x\x672C\\.\\x\\",
-        L"?", L"\x0100", L"\xD83D", L"\xDE00\xD83D", L"\xE9", L"\x20AC\x81", L"\x0E01", L""};
+    static const std::vector<std::wstring> prefixes = {L"\\??\\C:\\",
+                                                       L"\\??\\C:\\",
+                                                       L"!\\??\\C:\\",
+                                                       L"!\\??\\C:\\",
+                                                       L"\\??\\UNC\\s\\",
+                                                       L"\\??\\unc\\s\\",
+                                                       L"\\??\\unc\\s\\",
+                                                       L"!\\??\\UNC\\s\\",
+                                                       L"*1\\??\\C:\\",
+                                                       L"\\??\\",
+                                                       L"",
+                                                       L"",
+                                                       L""};
+    static const std::vector<std::wstring> names = {L"a",
+                                                    L"A",
+                                                    L"b",
+                                                    L"ab",
+                                                    L"b\\",
+                                                    L"x\\..\\a",
+                                                    L"\x65E5",
+                                                    L"\x65E5",
+                                                    L"\x65E5",
+                                                    L"\x65E5",
+                                                    GetACP() == CP_UTF8 ? L"" : L"\x672C\\.\\x\\",
+                                                    L"?",
+                                                    L"\x0100",
+                                                    L"\xD83D",
+                                                    L"\xDE00\xD83D",
+                                                    L"\xE9",
+                                                    L"\x20AC\x81",
+                                                    L"\x0E01",
+                                                    L""};
+    if (dice.OneIn(15))
+        return L"C:\\d"; // as short as what counts for nothing
     return dice.Of(prefixes) + dice.Of(names);
 }
 
@@ -105,12 +140,14 @@ protected:
     std::optional<model::PendingList> list_;
     int stepOfTheLog_ = 0;
     bool traced_ = false;
-    std::wstring earlier_;
+    std::wstring pair_;    // that others have added last
+    std::wstring earlier_; // what the value held once
 };
 
 void PendingModel::OthersChangeTheValue()
 {
-    const std::wstring pair = SomeStored(dice_) + L'\0' + (dice_.OneIn(3) ? L"" : SomeStored(dice_)) + L'\0';
+    if (dice_.OneIn(2)) // else the same again
+        pair_ = SomeStored(dice_) + L'\0' + (dice_.OneIn(3) ? L"" : SomeStored(dice_)) + L'\0';
     DWORD type = REG_MULTI_SZ;
     std::wstring units = store_.value ? store_.value->units : L"";
     std::wstring end(1, L'\0');
@@ -118,11 +155,11 @@ void PendingModel::OthersChangeTheValue()
         units.pop_back(); // the end of the list
     if (units.size() > 500 || dice_.OneIn(12))
         units.clear();
-    switch (dice_.Below(10)) {
+    switch (dice_.Below(11)) {
     case 0:
         return PendingValue::Remove();
     case 1:
-        units = pair + units;
+        units = pair_ + units;
         break;
     case 2:
         units += SomeStored(dice_); // without a target
@@ -134,10 +171,14 @@ void PendingModel::OthersChangeTheValue()
         std::swap(units, earlier_);
         break;
     case 5:
-        end = dice_.OneIn(2) ? L"" : end + pair + end; // nothing counts behind the end
+    case 7:
+        std::replace(units.begin(), units.end(), L'\x65E5', L'\x0E01'); // not the same, but so for most code pages
+        break;
+    case 6:
+        end = dice_.OneIn(2) ? L"" : end + pair_ + end; // nothing counts behind the end
         break;
     default:
-        units += pair;
+        units += pair_;
     }
     PendingValue::WriteRaw(units + end, type);
 }
@@ -157,7 +198,9 @@ void PendingModel::RefuseSome()
 void PendingModel::Call()
 {
     const OptionalText source = dice_.OneIn(3) ? OptionalText() : SomePath(dice_);
-    const OptionalText target = dice_.OneIn(3) ? OptionalText() : dice_.OneIn(6) ? "Nul" : SomePath(dice_);
+    const OptionalText target = dice_.OneIn(3)   ? OptionalText()
+                                : dice_.OneIn(6) ? dice_.Of(std::vector<std::string>{"NUL", "nul"})
+                                                 : SomePath(dice_);
     const int call = dice_.Below(20);
     SCOPED_TRACE(testing::Message() << "call " << call << ", " << testing::PrintToString(source) << ", "
                                     << testing::PrintToString(target));
@@ -171,7 +214,7 @@ void PendingModel::Call()
     } else if (call < 7) {
         EXPECT_TRUE(kit::Gives(list_->Remove(Given(source), Given(target)),
                                TARVO_RemovePendingFileOperation(Given(source), Given(target))));
-    } else if (call < 12) {
+    } else if (call < 13) {
         char found[MAX_PATH] = "unset";
         std::string expected = found;
         EXPECT_TRUE(kit::Gives(list_->Find(Given(source), expected),
