@@ -58,7 +58,8 @@ Texts LinesOf(std::string content, const std::string& section, size_t longest)
     bool inside = false;
     while (!content.empty()) {
         const size_t end = std::min({content.find('\n'), content.size() - 1, longest - 1}) + 1;
-        const std::string line = content.substr(0, end).c_str(); // a zero ends it
+        std::string line = content.substr(0, end);
+        line.resize(std::min(line.find('\0'), line.size())); // a zero ends it
         content.erase(0, end);
         const size_t open = line.find_first_not_of(' ');
         const size_t close = line.find(']');
