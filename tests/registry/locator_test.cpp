@@ -1,6 +1,5 @@
 // What locators name, and which are refused.
 
-#include "kit/double_byte.h"
 #include "uninstall/log_file.h"
 
 namespace {
@@ -89,15 +88,6 @@ TEST_F(Locators, MainKeysInAnyLetterCase)
         EXPECT_EQ(0, RegDeleteKeyA(key, subkey.c_str()));
     }
     RegDeleteKeyA(HKEY_CLASSES_ROOT, "Software"); // only if it is empty, the test's
-}
-
-TEST_F(Locators, TrailBytesNeverSeparate)
-{
-    const kit::DoubleByteCodePage japanese;
-    EXPECT_EQ(0U, TARVO_CreateRegistryEntry((Key().Locator() + "\\\\\x83|\x83\\|data").c_str(), REG_SZ, FALSE));
-    EXPECT_EQ(kit::RegistryValue::Text("data"), kit::ReadValue(Key().Path(), "\x83|\x83\\"));
-    EXPECT_EQ(87U, TARVO_CreateRegistryEntry((Key().Locator() + "\x83\\\\name|data").c_str(), REG_SZ, FALSE))
-        << "what follows the character is one backslash";
 }
 
 struct BadLocator {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "kit/double_byte.h"
 #include "uninstall/log_file.h"
 
 namespace {
@@ -105,15 +104,6 @@ TEST_F(UninstallExecution, ContentsGoBeforeTheirFolders)
                      "File or directory [" + folder + "] does not exist..."}),
               Run(TARVO_UNINSTALL_FILES))
         << "the log still lists them";
-}
-
-TEST_F(UninstallExecution, LengthsCountCharacters)
-{
-    const kit::DoubleByteCodePage japanese;
-    const std::string four = "\x83\x5C\x83\x5C\x83\x5C\x83\x5C";
-    EXPECT_EQ(
-        (Texts{"File or directory [missing] does not exist...", "File or directory [" + four + "] does not exist..."}),
-        RunFiles({four + "=1", "missing=1"}));
 }
 
 TEST_F(UninstallExecution, LockedFileGoesAtTheRestartWithItsFolder)
