@@ -291,7 +291,7 @@ std::string Stage::HideNumbers(const std::string& text) const
         }
         const std::string digits = text.substr(begin, end - begin);
         std::string shown = text.substr(at, end - at);
-        for (const int base : {16, 10}) {
+        for (const int base : hex ? std::vector<int>{16} : std::vector<int>{16, 10}) {
             const auto number = static_cast<DWORD>(strtoull(digits.c_str(), nullptr, base));
             const auto named = hidden_.find(number);
             if (named != hidden_.end())
@@ -491,7 +491,9 @@ using Numbers = std::vector<size_t>;
 /** A folded block shows the first line in it that was wanted. */
 std::string_view WithoutFirstLine(std::string_view line)
 {
-    return line.starts_with("{ TARVO_") && line.ends_with(" }") ? line.substr(0, line.find(':')) : line;
+    if (!line.starts_with("{ TARVO_") || !line.ends_with(" }"))
+        return line;
+    return line.substr(0, std::min(line.find(':'), line.size() - 2)); // it may be without one
 }
 
 /** @return for each line of whole, whether it is in part, a part of it in the same order: the longest that fits. */
