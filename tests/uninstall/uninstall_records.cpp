@@ -138,10 +138,10 @@ TEST_F(UninstallRecords, Files)
     Case("contents go before their folders, longest first", [](Stage& stage) {
         const std::string folder = Subfolder("d");
         const std::string sub = Subfolder("d\\empty folder");
-        const std::string others = Subfolder("e");
-        Stage::File("e\\theirs");
+        const std::string others = Subfolder("ee");
+        Stage::File("ee\\theirs");
         OpenLog({"[Files]", folder + "=1", Stage::File("d\\f1") + "=1", Stage::File("d\\f=22") + "=1", sub + "=1",
-                 Stage::Folder("e\\missing") + "=1", others + "=1", "[Shortcuts]", Stage::File("e\\f.lnk") + "=1"});
+                 Stage::Folder("ee\\missing") + "=1", others + "=1", "[Shortcuts]", Stage::File("ee\\f.lnk") + "=1"});
         stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
         stage.TellFolder();
         stage.TellPending();
@@ -189,14 +189,14 @@ TEST_F(UninstallRecords, Registry)
     Case("values go before their keys, in the view of their section", {.allocations = false}, [](Stage& stage) {
         const std::string key = Stage::Locator("k");
         for (const kit::View view : {kit::View::kOwn, kit::View::k64}) {
-            for (const char* name : {"a", "b"})
+            for (const char* name : {"a", "bb"})
                 kit::WriteValue(Stage::Key("k"), name, kit::RegistryValue::Text("x"), view);
         }
-        OpenLog({"[Registry entries]", key + "=1", key + R"(\\a=1)", key + R"(\\b=1)", "unmarked", "HKEY_WRONG\\k=1",
-                 "[Registry entries unvirtualized]", key + "=1", key + R"(\\a=1)", key + R"(\\b=0)"});
+        OpenLog({"[Registry entries]", key + "=1", key + R"(\\a=1)", key + R"(\\bb=1)", "unmarked", "HKEY_WRONG\\k=1",
+                 "[Registry entries unvirtualized]", key + "=1", key + R"(\\a=1)", key + R"(\\bb=0)"});
         stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_REGISTRY);
         for (const kit::View view : {kit::View::kOwn, kit::View::k64})
-            stage.TellValue(Stage::Key("k"), "b", view);
+            stage.TellValue(Stage::Key("k"), "bb", view);
     });
     Case("only a failure in the 64-bit section is told", {.failures = false}, [](Stage& stage) {
         const std::string key = Stage::Locator("k");
