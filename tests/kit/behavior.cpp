@@ -108,6 +108,37 @@ std::string Recorded()
     return Join(entries, "; ");
 }
 
+std::string ShowFile(const std::string& path)
+{
+    try {
+        return Quoted(ReadFile(path));
+    } catch (const std::exception&) {
+        return "locked";
+    }
+}
+
+/** Adds all that is below a folder, as "name "content"" and "name\", in the order of names. */
+void ListFolder(const std::string& folder, const std::string& below, std::vector<std::string>& list)
+{
+    std::map<std::string, DWORD> names;
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((folder + "\\" + below + "*").c_str(), &found);
+    for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileA(search, &found)) {
+        if (strcmp(found.cFileName, ".") != 0 && strcmp(found.cFileName, "..") != 0)
+            names[below + found.cFileName] = found.dwFileAttributes;
+    }
+    FindClose(search);
+    for (const auto& [name, attributes] : names) {
+        const char* const readOnly = attributes & FILE_ATTRIBUTE_READONLY ? " (read-only)" : "";
+        if (attributes & FILE_ATTRIBUTE_DIRECTORY) {
+            list.push_back(name + "\\" + readOnly);
+            ListFolder(folder, name + "\\", list);
+        } else {
+            list.push_back(name + readOnly + " " + ShowFile(folder + "\\" + name));
+        }
+    }
+}
+
 void ClearTheStage()
 {
     RemoveTree(kFolder);
@@ -226,6 +257,13 @@ void Stage::TellValue(const std::string& key, const std::string& name, View view
 void Stage::TellFile(const std::string& path)
 {
     Tell(path, FileExists(path) ? Quoted(ReadFile(path)) : "none");
+}
+
+void Stage::TellFolder()
+{
+    std::vector<std::string> list;
+    ListFolder(kFolder, "", list);
+    Tell("folder", list);
 }
 
 void Stage::TellPending()
@@ -419,14 +457,16 @@ BehaviorTest::Outcome BehaviorTest::Run(const Body& body, const Ways& ways, int 
     Reload();
     ClearTheStage();
     DeleteFileA(LogPath().c_str());
-    if (threshold != kNoLog) {
+    if (ways.ownLog) {
+        DeleteFileA(ConfigPath().c_str());
+    } else if (threshold != kNoLog) {
         WriteFile(ConfigPath(), "tl=" + std::to_string(threshold) + "\n");
         TARVO_StartDebugLogging2();
     }
     if (ways.records)
         TARVO_StartUninstallLogging(kUninstallLog, nullptr);
 
-    Recorder recorder(LogPath());
+    Recorder recorder(ways.ownLog ? "" : LogPath());
     recorder.FailCall(failingCall, ways.code);
     recorder.sleeps = ways.sleeps;
     recorder.unfolded = ways.unfolded;
@@ -483,6 +523,8 @@ template <class Lines> std::vector<bool> FindIn(const Lines& whole, const Lines&
 
 void BehaviorTest::FindDetails(const Body& body, const Ways& ways, Outcome& outcome, int call, unsigned allocation)
 {
+    if (ways.ownLog)
+        return; // the recorder takes no lines
     for (auto& line : outcome.lines)
         line.detail = 3;
     for (const int threshold : {2, 1, 0}) {
@@ -560,6 +602,8 @@ std::string BehaviorTest::Describe(const Body& body, const Ways& ways)
 std::string BehaviorTest::DescribeSilence(const Body& body, Ways ways, const Outcome& whole)
 {
     std::string text;
+    if (ways.ownLog)
+        return text;
     const Outcome silent = Run(body, ways, kNoLog, -1, 0);
     if (silent.Results() != whole.Results() || silent.recorded != whole.recorded)
         text += "without a log: " + Join(silent.Results(), " | ") + " | recorded: " + silent.recorded + "\n";

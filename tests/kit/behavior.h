@@ -74,6 +74,7 @@ public:
     /** Tells a value of the registry, the content of a file, what is in a folder, the pending value. */
     void TellValue(const std::string& key, const std::string& name, View view = View::kOwn);
     void TellFile(const std::string& path);
+    void TellFolder();
     void TellPending();
 
     /** A number, such as an address or a window, that the log shows and that differs from run to run. */
@@ -164,6 +165,7 @@ protected:
         bool silentCalls = false;     // the platform calls are compared with those without a log
         bool unfolded = false;        // exports that another one calls in full
         bool sleeps = false;          // sleeps take their time
+        bool ownLog = false;          // the case starts the log itself: what is done with it are calls like others
         DWORD code = ERROR_IO_DEVICE; // with which platform calls fail: one that nobody treats of its own
     };
 
