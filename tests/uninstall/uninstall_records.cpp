@@ -221,8 +221,10 @@ class Services {
 public:
     explicit Services(const std::vector<const char*>& names, DWORD state, Obedience obedience = {})
         : state_(state), query_("QueryServiceStatus", &QueryServiceStatus), control_("ControlService", &ControlService),
-          clock_(0)
+          ticks_("GetTickCount", &GetTickCount), sleeps_("Sleep", &Sleep)
     {
+        ticks_.Answer([this] { return now_; });
+        sleeps_.Answer([this](DWORD milliseconds) { now_ += milliseconds; });
         for (const char* name : names)
             services_.emplace_back(name).Install("plain");
         query_.Answer([this](SC_HANDLE, SERVICE_STATUS* status) {
@@ -255,7 +257,9 @@ private:
     std::deque<TestService> services_;
     kit::ImportHook<decltype(&QueryServiceStatus)> query_;
     kit::ImportHook<decltype(&ControlService)> control_;
-    FakeClock clock_;
+    DWORD now_ = 0; // a sleep takes no time and moves the clock on
+    kit::ImportHook<decltype(&GetTickCount)> ticks_;
+    kit::ImportHook<decltype(&Sleep)> sleeps_;
 };
 
 TEST_F(UninstallRecords, Services)
