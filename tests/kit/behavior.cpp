@@ -258,7 +258,7 @@ std::string Stage::HideNumbers(const std::string& text) const
             const auto named = hidden_.find(number);
             if (named != hidden_.end())
                 shown = named->second;
-            else if (shown[0] != '<' && number > 0xFFFF && IsAddress(number))
+            else if (shown[0] != '<' && number > 0xFFFF && !(at && text[at - 1] == '-') && IsAddress(number))
                 shown = "<address>";
         }
         result += shown;
@@ -293,7 +293,8 @@ void Stage::Begin(const void* function, const std::string& arguments)
         beforeCall_();
     notes_.push_back({recorder_.Events().size(), Stable(Library::NameOf(function) + "(" + arguments + ")"), false});
     beforeCall_ = nullptr;
-    recorder_.Start(library_);
+    if (!brief_)
+        recorder_.Start(library_);
 }
 
 std::string Stage::ErrorText(DWORD code) const
@@ -322,7 +323,9 @@ void Stage::End(const char* kind, const DWORD* result)
     for (const OutPlace* place : given_)
         line += (line.empty() ? "" : ", ") + place->Show();
     given_.clear();
-    if (!line.empty())
+    if (brief_)
+        notes_.back() = {notes_.back().event, notes_.back().text + Stable(" " + line), true};
+    else if (!line.empty())
         Add(line);
 }
 

@@ -11,7 +11,6 @@ namespace {
 using namespace std::string_literals;
 using Texts = std::vector<std::string>;
 
-constexpr DWORD kShellFailure = 0xFFFFFFFF;
 constexpr char kGroup[] = "Tarvo tests";
 
 /** @return target, arguments, folder, description and the way to show it, as the shell reads a link. */
@@ -108,25 +107,6 @@ TEST_F(Shortcuts, HoldWhatTheyWereGiven)
     EXPECT_EQ((Texts{Folder(), LinkFile("A lamp")}), Recorded());
 }
 
-TEST_F(Shortcuts, GroupGoesWithItsLastShortcut)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    EXPECT_EQ(0U, Add("one"));
-    EXPECT_EQ(0U, Add("two"));
-    EXPECT_EQ(2U, TARVO_RemoveShortCut(kGroup, "three"));
-    EXPECT_EQ("Failed to delete shortcut file", kit::LastMessage());
-    EXPECT_EQ(0U, TARVO_RemoveShortCut(kGroup, "one"));
-    EXPECT_TRUE(kit::FileExists(LinkFile("two")));
-    EXPECT_EQ(0U, TARVO_RemoveShortCut(kGroup, "two"));
-    EXPECT_FALSE(kit::FileExists(Folder()));
-    EXPECT_EQ((Texts{Folder(), LinkFile("one"), LinkFile("two")}), Recorded());
-    EXPECT_TRUE(
-        log.HasEach({"Group=[Tarvo tests], Description=[one], File=[C:\\lamp.exe], StartIn=[C:\\start], RunState=[1].",
-                     "Creating shortcut, file=[" + LinkFile("one") + "], target=[C:\\lamp.exe]...",
-                     "Failed to remove group directory [" + Folder() + "], it isn't error.",
-                     "Group=[Tarvo tests], Description=[two]"}));
-}
-
 TEST_F(Shortcuts, UninstallTakesThemAway)
 {
     EXPECT_EQ(0U, Add());
@@ -151,64 +131,6 @@ TEST_F(Shortcuts, ComIsLeftAsItWas)
     }
     EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
     CoUninitialize();
-}
-
-TEST_F(Shortcuts, UsersOwnMenuServesWithoutACommonOne)
-{
-    const kit::TraceLog log(Scratch().Path("trace.log"));
-    kit::ImportHook locate("SHGetSpecialFolderLocation", &SHGetSpecialFolderLocation);
-    locate.FailNth(1, 0, E_FAIL);
-    EXPECT_EQ(0U, Add());
-    EXPECT_TRUE(kit::FileExists(Folder(CSIDL_PROGRAMS) + "\\Lamp.lnk"));
-    EXPECT_TRUE(log.Contains("Could not find common program directory, trying user directory..."));
-    locate.FailNth(1, 0, E_FAIL);
-    EXPECT_EQ(0U, TARVO_RemoveShortCut(kGroup, "Lamp"));
-    EXPECT_FALSE(kit::FileExists(Folder(CSIDL_PROGRAMS)));
-}
-
-TEST_F(Shortcuts, RefusalsAndFailuresGiveTheirCodes)
-{
-    EXPECT_EQ(87U, TARVO_AddShortCut(nullptr, "Lamp", "C:\\a", "", 1));
-    EXPECT_EQ(87U, TARVO_AddShortCut(kGroup, nullptr, "C:\\a", "", 1));
-    EXPECT_EQ(87U, TARVO_AddShortCut(kGroup, "Lamp", nullptr, "", 1));
-    EXPECT_EQ(87U, TARVO_RemoveShortCut(nullptr, "Lamp"));
-    EXPECT_EQ(87U, TARVO_RemoveShortCut(kGroup, nullptr));
-    const auto check = [](const char* text, DWORD code, DWORD result) {
-        EXPECT_EQ(code, result);
-        EXPECT_EQ(text, kit::LastMessage());
-    };
-    {
-        const kit::ImportHook locate("SHGetSpecialFolderLocation", &SHGetSpecialFolderLocation, 0, E_FAIL);
-        check("Could not find neither common nor user directory", kShellFailure, Add());
-        check("Could not find neither common nor user directory", kShellFailure, TARVO_RemoveShortCut(kGroup, "Lamp"));
-    }
-    {
-        const kit::ImportHook path("SHGetPathFromIDListA", &SHGetPathFromIDListA, 0, FALSE);
-        check("Could not get shortcut's directory", kShellFailure, Add());
-    }
-    {
-        const kit::ImportHook make("CreateDirectoryA", &CreateDirectoryA, ERROR_DISK_FULL, FALSE);
-        EXPECT_TRUE(kit::Gives(ERROR_DISK_FULL, Add()));
-    }
-    EXPECT_EQ(Texts{}, Recorded());
-    const kit::ImportHook create("CoCreateInstance", &CoCreateInstance, 0, REGDB_E_CLASSNOTREG);
-    check("Failed to create shortcut", kShellFailure, Add());
-    EXPECT_EQ(Texts{Folder()}, Recorded()) << "the folder stays, to be taken away";
-    const std::string longText(260, 'x');
-    EXPECT_EQ(DWORD{ERROR_FILENAME_EXCED_RANGE}, Add(longText.c_str()));
-    EXPECT_EQ(DWORD{ERROR_FILENAME_EXCED_RANGE}, Add("Lamp", longText.c_str()));
-    EXPECT_EQ(DWORD{ERROR_FILENAME_EXCED_RANGE}, Add("Lamp", ("\"C:\\a\" " + longText).c_str()));
-    EXPECT_EQ(DWORD{ERROR_FILENAME_EXCED_RANGE}, TARVO_RemoveShortCut(kGroup, longText.c_str()));
-}
-
-TEST_F(Shortcuts, LackOfMemoryLeavesNothingBehind)
-{
-    WithEachAllocationFailing([&] {
-        const DWORD code = Add();
-        EXPECT_TRUE(code == 0 || (Heap().FailureHappened() && code != 0)) << code;
-        EXPECT_EQ(code == 0, kit::FileExists(LinkFile("Lamp")));
-        kit::RemoveTree(Folder());
-    });
 }
 
 } // namespace
