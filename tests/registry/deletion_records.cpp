@@ -43,7 +43,7 @@ TEST_F(RegistryRecords, Deletion)
     const Ways callsAlone = {.records = false, .failures = false, .allocations = false};
     const Ways noAllocations = {.records = false, .allocations = false};
     const Ways gone = {.records = false, .allocations = false, .code = ERROR_FILE_NOT_FOUND};
-    const auto valueAndKey = [](Stage& stage) {
+    Case("a value and an empty key of each view", noAllocations, [](Stage& stage) {
         for (const kit::View view : {kit::View::kOwn, kit::View::k64}) {
             kit::WriteValue(Stage::Key("k"), "v", kit::RegistryValue::Text("x"), view);
             kit::MakeKey(Stage::Key("empty"), view);
@@ -53,9 +53,12 @@ TEST_F(RegistryRecords, Deletion)
             stage.TellValue(Stage::Key("k"), "v", view);
             stage.TellValue(Stage::Key("empty"), "", view);
         }
-    };
-    Case("a value and an empty key of each view", noAllocations, valueAndKey);
-    Case("what has gone meanwhile counts as deleted", gone, valueAndKey);
+    });
+    Case("what has gone meanwhile counts as deleted", gone, [](Stage& stage) {
+        MakeValues({R"(k\\v)"});
+        kit::MakeKey(Stage::Key("empty"));
+        Remove(stage, Section(kOwn, {"empty", R"(k\\v)"}));
+    });
     Case("names with separators, values alone, the longest first", callsAlone, [](Stage& stage) {
         MakeValues({R"(a\\)", R"(a\\w)", R"(b\\a\b)", R"(b\\b)", R"(c\\a\\b)", R"(d\\a=b)", R"(d\\a)", R"(e\l\\v)"});
         Remove(stage,

@@ -48,6 +48,8 @@ TEST_F(RegistryRecords, Product)
          [](Stage& stage) {
              const NoProductKeys none;
              TARVO_DefineSecurityPolicy(TARVO_POLICY_LOCKED);
+             kit::MakeKey(kListsKey);
+             kit::MakeKey(kResources);
              kit::ImportHook guard("SetNamedSecurityInfoA", &SetNamedSecurityInfoA);
              std::vector<std::string> guarded;
              guard.Answer([&](char* name, auto...) { return guarded.emplace_back(name), DWORD{ERROR_ACCESS_DENIED}; });
@@ -63,9 +65,12 @@ TEST_F(RegistryRecords, Product)
         const std::pair<const char*, const char*> texts[] = {
             {nullptr, "b"}, {"", "b"}, {"a", nullptr}, {"a", ""}, {tooLong.c_str(), "b"}};
         for (const auto& [first, second] : texts) {
-            stage.Call(&TARVO_SetProductVersion, first, second);
-            stage.Call(&TARVO_RegisterLocalizationResource, first, second);
+            stage.Check(&TARVO_SetProductVersion, first, second);
+            stage.Check(&TARVO_RegisterLocalizationResource, first, second);
         }
+        stage.Call(&TARVO_SetProductVersion, nullptr, nullptr);
+        stage.Call(&TARVO_RegisterLocalizationResource, nullptr, nullptr);
+        stage.Call(&TARVO_RegisterLocalizationResource, "a", nullptr);
         stage.Tell("product key", kit::KeyExists(kProductKey) ? "there" : "none");
     });
 }
@@ -140,7 +145,7 @@ TEST_F(RegistryRecords, DelayLoading)
         const kit::RegistryValue foreign[] = {{REG_SZ, "c:\\a\0"s},       {REG_BINARY, "c:\\a\0\0"s},
                                               {REG_MULTI_SZ, "c:\\a\0"s}, {REG_MULTI_SZ, "c:\\a"s},
                                               {REG_MULTI_SZ, ""s},        {REG_MULTI_SZ, "c:\\a\0\0more\0\0"s}};
-        kit::MakeKey(kListsKey);
+        kit::WriteValue(kListsKey, kValue, TextList({kLower}));
         kit::ImportHook query("RegQueryValueExA", &RegQueryValueExA); // the system would close them with zeros
         for (const kit::RegistryValue& value : foreign) {
             query.Answer([&](HKEY, const char*, DWORD*, DWORD* type, BYTE* data, DWORD* size) {
@@ -151,9 +156,11 @@ TEST_F(RegistryRecords, DelayLoading)
                 *size = static_cast<DWORD>(value.bytes.size());
                 return LSTATUS{ERROR_SUCCESS};
             });
-            stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
-            stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
+            stage.Check(&TARVO_RegisterDelayLoadLibrary, kPath);
+            stage.Check(&TARVO_UnRegisterDelayLoadLibrary, kPath);
         }
+        stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
+        stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
         TellList(stage);
     });
 }

@@ -23,7 +23,7 @@ OutPlace& Size(Stage& stage, DWORD size)
 void Read(Stage& stage, std::string_view content, DWORD room, const char* section = "s")
 {
     const std::string path = Stage::File("read.ini", content);
-    stage.Call(&TARVO_ReadIniFileSection, path, section, stage.Text("list", room), Size(stage, room));
+    stage.Check(&TARVO_ReadIniFileSection, path, section, stage.Text("list", room), Size(stage, room));
     const kit::FileLock nobodyHasIt(path);
 }
 
@@ -61,6 +61,8 @@ TEST_F(SystemRecords, IniSection)
     Open("system/ini_section");
     const Ways callsAlone = {.records = false, .failures = false, .allocations = false};
     Case("the lines of a section", callsAlone, [](Stage& stage) {
+        stage.Call(&TARVO_ReadIniFileSection, Stage::File("read.ini", "[x]\n[S]\na=1\n \t b=2 \n\n[t]\n"), "s",
+                   stage.Text("list", 48), Size(stage, 48));
         for (const SectionRow& row : kSections) {
             stage.Tell("fact", row.fact);
             Read(stage, row.file, 48, row.section);
@@ -96,7 +98,8 @@ TEST_F(SystemRecords, IniSection)
         const std::pair<const char*, const char*> refused[] = {
             {nullptr, "s"}, {file.c_str(), nullptr}, {"C:\\tarvo-record\\none.ini", "s"}, {"C:\\tarvo-record", "s"}};
         for (const auto& [path, section] : refused)
-            stage.Call(&TARVO_ReadIniFileSection, path, section, stage.Text("list", 10), Size(stage, 10));
+            stage.Check(&TARVO_ReadIniFileSection, path, section, stage.Text("list", 10), Size(stage, 10));
+        stage.Call(&TARVO_ReadIniFileSection, nullptr, nullptr, nullptr, nullptr);
         stage.Call(&TARVO_ReadIniFileSection, file, "s", stage.Text("list", 10), nullptr);
         const kit::FileLock lock(file);
         stage.Call(&TARVO_ReadIniFileSection, file, "s", stage.Text("list", 10), Size(stage, 10));
@@ -129,35 +132,35 @@ TEST_F(SystemRecords, Utf8)
         for (const ConversionRow& row : kConversions) {
             stage.Tell("fact", row.fact);
             if (row.toUtf8)
-                stage.Call(&TARVO_MultiByteToUtf8, row.source, row.codePage, stage.Text("text", 16), Size(stage, 16));
+                stage.Check(&TARVO_MultiByteToUtf8, row.source, row.codePage, stage.Text("text", 16), Size(stage, 16));
             else
-                stage.Call(&TARVO_Utf8ToMultiByte, row.source, stage.Text("text", 16), row.codePage, Size(stage, 16));
+                stage.Check(&TARVO_Utf8ToMultiByte, row.source, stage.Text("text", 16), row.codePage, Size(stage, 16));
         }
     });
     Case("sizes around the required one", {.records = false}, [](Stage& stage) {
         stage.Call(&TARVO_MultiByteToUtf8, "\xE4", DWORD{1252}, nullptr, Size(stage, 100));
         stage.Call(&TARVO_Utf8ToMultiByte, "\xC3\xA4", nullptr, DWORD{1252}, Size(stage, 100));
         for (const int size : {-1, 2, 3, 4})
-            stage.Call(&TARVO_MultiByteToUtf8, "\xE4", DWORD{1252}, stage.Text("text", 8),
-                       Size(stage, static_cast<DWORD>(size)));
+            stage.Check(&TARVO_MultiByteToUtf8, "\xE4", DWORD{1252}, stage.Text("text", 8),
+                        Size(stage, static_cast<DWORD>(size)));
         stage.Call(&TARVO_Utf8ToMultiByte, "\xC3\xA4", stage.Text("text", 8), DWORD{1252}, Size(stage, 1));
     });
     Case("without a source or a size nothing is done", {.records = false}, [](Stage& stage) {
-        stage.Call(&TARVO_MultiByteToUtf8, nullptr, DWORD{1252}, stage.Text("text", 8), Size(stage, 8));
+        stage.Check(&TARVO_MultiByteToUtf8, nullptr, DWORD{1252}, stage.Text("text", 8), Size(stage, 8));
         stage.Call(&TARVO_MultiByteToUtf8, "a", DWORD{1252}, stage.Text("text", 8), nullptr);
-        stage.Call(&TARVO_Utf8ToMultiByte, nullptr, stage.Text("text", 8), DWORD{1252}, Size(stage, 8));
-        stage.Call(&TARVO_Utf8ToMultiByte, "a", stage.Text("text", 8), DWORD{1252}, nullptr);
+        stage.Check(&TARVO_Utf8ToMultiByte, nullptr, stage.Text("text", 8), DWORD{1252}, Size(stage, 8));
+        stage.Check(&TARVO_Utf8ToMultiByte, "a", stage.Text("text", 8), DWORD{1252}, nullptr);
     });
     Case("each failing conversion gives its code", {.records = false, .failures = false, .allocations = false},
          [](Stage& stage) {
              for (const int failing : {1, 2}) {
                  kit::ImportHook widen("MultiByteToWideChar", &MultiByteToWideChar);
                  widen.FailNth(failing, ERROR_NO_UNICODE_TRANSLATION, 0);
-                 stage.Call(&TARVO_MultiByteToUtf8, "a", DWORD{1252}, stage.Text("text", 8), Size(stage, 8));
+                 stage.Check(&TARVO_MultiByteToUtf8, "a", DWORD{1252}, stage.Text("text", 8), Size(stage, 8));
                  widen.PassThrough();
                  kit::ImportHook narrow("WideCharToMultiByte", &WideCharToMultiByte);
                  narrow.FailNth(failing, ERROR_NO_UNICODE_TRANSLATION, 0);
-                 stage.Call(&TARVO_Utf8ToMultiByte, "a", stage.Text("text", 8), DWORD{1252}, Size(stage, 8));
+                 stage.Check(&TARVO_Utf8ToMultiByte, "a", stage.Text("text", 8), DWORD{1252}, Size(stage, 8));
              }
          });
 }
