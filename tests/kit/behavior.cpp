@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <regex>
 #include <stdexcept>
 
 #include "kit/trace_log.h"
@@ -274,35 +275,34 @@ void Stage::TellPending()
     Tell("pending", pairs.empty() ? (PendingValue::ReadRaw() ? "empty" : "none") : Join(pairs, "; "));
 }
 
+/** A number stands alone in brackets or an argument list, or behind "0x". */
 std::string Stage::HideNumbers(const std::string& text) const
 {
+    static const std::regex number(R"((\[|\(|,|0x)([0-9A-Fa-f]{4,10})(?=[\]),-]|$))");
     std::string result;
-    for (size_t at = 0; at < text.size();) {
-        const bool hex = text.compare(at, 2, "0x") == 0;
-        const size_t begin = at + (hex ? 2 : 0);
-        const size_t end = std::min(text.find_first_not_of("0123456789abcdefABCDEF", begin), text.size());
-        const bool whole = (at == 0 || !isalnum(static_cast<unsigned char>(text[at - 1]))) &&
-                           (end == text.size() || !isalnum(static_cast<unsigned char>(text[end])));
-        if (!whole || end - begin < 4 || end - begin > 10) {
-            const size_t next = std::max(end, at + 1);
-            result += text.substr(at, next - at);
-            at = next;
-            continue;
+    size_t done = 0;
+    for (std::sregex_iterator match(text.begin(), text.end(), number); match != std::sregex_iterator(); ++match) {
+        const bool hexOnly = (*match)[1] == "0x";
+        for (const int base : hexOnly ? std::vector<int>{16} : std::vector<int>{16, 10}) {
+            const std::string name = NameOf(strtoull((*match)[2].str().c_str(), nullptr, base));
+            if (name.empty())
+                continue;
+            const auto begin = static_cast<size_t>(match->position(hexOnly ? 0 : 2));
+            result += text.substr(done, begin - done) + name;
+            done = static_cast<size_t>(match->position() + match->length());
+            break;
         }
-        const std::string digits = text.substr(begin, end - begin);
-        std::string shown = text.substr(at, end - at);
-        for (const int base : hex ? std::vector<int>{16} : std::vector<int>{16, 10}) {
-            const auto number = static_cast<DWORD>(strtoull(digits.c_str(), nullptr, base));
-            const auto named = hidden_.find(number);
-            if (named != hidden_.end())
-                shown = named->second;
-            else if (shown[0] != '<' && number > 0xFFFF && IsAddress(number))
-                shown = "<address>";
-        }
-        result += shown;
-        at = end;
     }
-    return result;
+    return result + text.substr(done);
+}
+
+/** @return what a number is called that differs from run to run; "" for any other */
+std::string Stage::NameOf(unsigned long long number) const
+{
+    const auto named = hidden_.find(static_cast<DWORD>(number));
+    if (number > MAXDWORD || named == hidden_.end())
+        return number > 0xFFFF && number <= MAXDWORD && IsAddress(static_cast<DWORD>(number)) ? "<address>" : "";
+    return named->second;
 }
 
 std::string Stage::Stable(std::string text) const
@@ -331,7 +331,8 @@ void Stage::Begin(const void* function, const std::string& arguments)
         beforeCall_();
     notes_.push_back({recorder_.Events().size(), Stable(Library::NameOf(function) + "(" + arguments + ")"), false});
     beforeCall_ = nullptr;
-    recorder_.Start(library_);
+    if (!brief_)
+        recorder_.Start(library_);
 }
 
 std::string Stage::ErrorText(DWORD code) const
@@ -360,7 +361,9 @@ void Stage::End(const char* kind, const DWORD* result)
     for (const OutPlace* place : given_)
         line += (line.empty() ? "" : ", ") + place->Show();
     given_.clear();
-    if (!line.empty())
+    if (brief_)
+        notes_.back() = {notes_.back().event, notes_.back().text + Stable(" " + line), true};
+    else if (!line.empty())
         Add(line);
 }
 

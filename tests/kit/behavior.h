@@ -68,6 +68,14 @@ public:
         }
     }
 
+    /** As Call, but writes down the results alone, in one line: for the further rows of a table. */
+    template <class... Arguments> void Check(Arguments&&... arguments)
+    {
+        brief_ = true;
+        Call(std::forward<Arguments>(arguments)...);
+        brief_ = false;
+    }
+
     /** A further fact, found by the case itself, for the record. */
     void Tell(const std::string& label, const std::string& fact) { Add(label + ": " + fact); }
     void Tell(const std::string& label, const std::vector<std::string>& facts);
@@ -123,11 +131,13 @@ private:
     void End(const char* kind, const DWORD* result);
     void Add(const std::string& line);
     std::string HideNumbers(const std::string& text) const;
+    std::string NameOf(unsigned long long number) const;
     std::string ErrorText(DWORD code) const;
 
     Recorder& recorder_;
     HMODULE library_;
     std::function<void()> beforeCall_;
+    bool brief_ = false;
     std::deque<OutPlace> outs_;
     std::vector<const OutPlace*> given_; // to the present call
     std::map<DWORD, std::string> hidden_;
