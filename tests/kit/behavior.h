@@ -108,15 +108,17 @@ private:
         if constexpr (std::is_same_v<std::decay_t<Given>, OutPlace>) {
             given_.push_back(&given);
             return given.Label();
-        } else if constexpr (std::is_same_v<std::decay_t<Given>, std::nullptr_t>)
+        } else if constexpr (std::is_same_v<std::decay_t<Given>, std::string>) {
+            return Quoted(given);
+        } else if constexpr (std::is_null_pointer_v<std::decay_t<Given>>) {
             return "null";
-        else if constexpr (std::is_convertible_v<Given, std::string_view>)
-            return given == nullptr_text(given) ? "null" : Quoted(given);
-        else
-            return ShowNumber(static_cast<long long>((long long)given));
+        } else if constexpr (std::is_convertible_v<Given, const char*>) {
+            const char* const text = given;
+            return text ? Quoted(text) : "null";
+        } else {
+            return ShowNumber((long long)given);
+        }
     }
-    static const char* nullptr_text(const char* text) { return text ? "" : text; }
-    static std::string nullptr_text(const std::string&) { return "\x01"; }
     static std::string ShowNumber(long long number);
 
     template <class Parameter, class Given> static Parameter Pass(Given& given)
