@@ -18,10 +18,11 @@ public:
 
     void Record()
     {
-        const std::string section = Pick({"Things", "things", "Registry entries", "Services", "Custom", "Other one"});
+        const std::string section = Pick({"Things", "things", "Registry entries", "Services", "Custom", "Custom", "Other one"});
         const std::string key = Pick({"C:\\dir\\", "HKEY_LOCAL_MACHINE\\a\\", "n"}) + std::to_string(Below(40)) +
                                 Pick({"", "\\\\name", ".TXT", ".txt", ";", "]"});
-        if (Below(2)) {
+        // A custom value may hold "=", and its line is then no item's.
+        if (section == "Custom") {
             const std::string value = Pick({"", "1", "two words", "[x]", "; y", "a=b", "=", "long "}) +
                                       std::string(Below(60) == 0 ? 5000 : 1, 'v');
             EXPECT_EQ(0U, TARVO_AddRollbackEntry(section.c_str(), key.c_str(), value.c_str(), TRUE));
