@@ -10,11 +10,6 @@ constexpr ULONGLONG kPage = 4096;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr char kNewSuffix[] = ".tarvo-new"; // of the file beside; one that a killed process left is written over
 
-ULONGLONG Join(DWORD high, DWORD low)
-{
-    return static_cast<ULONGLONG>(high) << 32 | low;
-}
-
 /** @return 0, or the system's code */
 DWORD CodeOf(BOOL succeeded)
 {
@@ -23,11 +18,10 @@ DWORD CodeOf(BOOL succeeded)
 
 DWORD ReadStamp(HANDLE file, FileStamp& stamp)
 {
-    BY_HANDLE_FILE_INFORMATION info = {};
-    if (!GetFileInformationByHandle(file, &info))
+    LARGE_INTEGER size = {};
+    if (!GetFileSizeEx(file, &size) || !GetFileTime(file, &stamp.created, nullptr, &stamp.written))
         return GetLastError();
-    stamp = {info.dwVolumeSerialNumber, Join(info.nFileIndexHigh, info.nFileIndexLow),
-             Join(info.nFileSizeHigh, info.nFileSizeLow), info.ftLastWriteTime};
+    stamp.size = static_cast<ULONGLONG>(size.QuadPart);
     return ERROR_SUCCESS;
 }
 
@@ -109,7 +103,7 @@ void KeepLogName(const char* given, PathText& name)
 
 bool FileStamp::operator==(const FileStamp& other) const
 {
-    return volume == other.volume && index == other.index && size == other.size &&
+    return size == other.size && CompareFileTime(&created, &other.created) == 0 &&
            CompareFileTime(&written, &other.written) == 0;
 }
 

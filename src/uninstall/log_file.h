@@ -13,11 +13,13 @@ namespace tarvo {
  */
 void KeepLogName(const char* given, PathText& name);
 
-/** What tells a file from what it was: who it is, how long, and when it was last written. */
+/**
+ * What tells a file from another one and from what it was: how long it is, when it was made and last written. Asking
+ * for volume and index would take longer than the rest of a record.
+ */
 struct FileStamp {
-    DWORD volume = 0;
-    ULONGLONG index = 0;
     ULONGLONG size = 0;
+    FILETIME created = {};
     FILETIME written = {};
     bool operator==(const FileStamp& other) const;
 };
