@@ -14,9 +14,9 @@ CreateUninstallRegKey=no
 CloseApplications=no
 
 [Dirs]
-; Made before Inno Setup's own turn, and removed by it at the end.
-Name: "{app}"; Flags: uninsalwaysuninstall
+; Made before Inno Setup's own turn, and removed by it at the end, the last one first.
 Name: "{app}\.."; Flags: uninsalwaysuninstall
+Name: "{app}"; Flags: uninsalwaysuninstall
 
 [Files]
 Source: "{#Library}"; DestName: "TARVO.dll"; Flags: dontcopy
