@@ -282,9 +282,9 @@ DWORD __cdecl TARVO_StopUninstallLogging(void);
 
 /**
  * Records a line, as WritePrivateProfileString would place it; blanks at the end of an item are kept. Not written, but
- * traced as a warning, is a line with control characters, with ']' in its section, with nothing or one of "[; " in front
- * of its "=", or with a further '=' in entry. Relative paths in the sections Files and Shortcuts become full ones, from
- * the folder now current; one that then has more than 259 characters is not written.
+ * traced as a warning, is a line with control characters, with ']' in its section, with nothing or one of "[; " in
+ * front of its "=", or with a further '=' in entry. Relative paths in the sections Files and Shortcuts become full
+ * ones, from the folder now current; one that then has more than 259 characters is not written.
  * @param single  Non-zero writes entry=value; 0 writes value=1 and does not use entry.
  * @return 0, also when nothing was written; ERROR_INVALID_PARAMETER, one of the texts needed is NULL
  */
