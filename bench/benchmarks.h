@@ -9,7 +9,9 @@ void MeasurePending(Report& report);
 void MeasureTrace(Report& report);
 void MeasureRegistry(Report& report);
 void MeasureRegistrations(Report& report);
+void MeasureRecording(Report& report);
 void MeasureUninstall(Report& report);
+void MeasureProduct(Report& report);
 void MeasureSecurity(Report& report);
 
 /** Size and imports of the DLL itself. */

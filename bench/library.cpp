@@ -18,6 +18,9 @@ Library::Library()
       AddFileToUninstallLog(Find<decltype(&TARVO_AddFileToUninstallLog)>("TARVO_AddFileToUninstallLog")),
       OpenRollBackLog(Find<decltype(&TARVO_OpenRollBackLog)>("TARVO_OpenRollBackLog")),
       PerformUnInstall(Find<decltype(&TARVO_PerformUnInstall)>("TARVO_PerformUnInstall")),
+      CloseRollBackLog(Find<decltype(&TARVO_CloseRollBackLog)>("TARVO_CloseRollBackLog")),
+      CreateDirectories(Find<decltype(&TARVO_CreateDirectory)>("TARVO_CreateDirectory")),
+      CopyFileWithRestart(Find<decltype(&TARVO_CopyFileEx)>("TARVO_CopyFileEx")),
       RegisterDelayLoadLibrary(Find<decltype(&TARVO_RegisterDelayLoadLibrary)>("TARVO_RegisterDelayLoadLibrary")),
       SetRegistrySecurityRid(Find<decltype(&TARVO_SetRegistrySecurityRid)>("TARVO_SetRegistrySecurityRid"))
 {

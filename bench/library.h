@@ -41,6 +41,9 @@ public:
     const decltype(&TARVO_AddFileToUninstallLog) AddFileToUninstallLog;
     const decltype(&TARVO_OpenRollBackLog) OpenRollBackLog;
     const decltype(&TARVO_PerformUnInstall) PerformUnInstall;
+    const decltype(&TARVO_CloseRollBackLog) CloseRollBackLog;
+    const decltype(&TARVO_CreateDirectory) CreateDirectories;
+    const decltype(&TARVO_CopyFileEx) CopyFileWithRestart;
     const decltype(&TARVO_RegisterDelayLoadLibrary) RegisterDelayLoadLibrary;
     const decltype(&TARVO_SetRegistrySecurityRid) SetRegistrySecurityRid;
 };

@@ -49,8 +49,10 @@ void PrintRow(const char* work, const char* against, const char* library, const 
 
 Medians Measure(const Side& library, const Side& plain, int repetitions)
 {
-    TimeOf(library); // what either side does only once is not what is compared
-    TimeOf(plain);
+    if (repetitions > 1) { // what either side does only once is not what is compared
+        TimeOf(library);
+        TimeOf(plain);
+    }
     Times libraryTimes;
     Times plainTimes;
     for (int repetition = 0; repetition < repetitions; ++repetition) {

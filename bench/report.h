@@ -27,7 +27,10 @@ struct Medians {
     double Ratio() const { return library / plain; }
 };
 
-/** Runs both sides in turn, again and again, so that a machine that slows down slows both. */
+/**
+ * Runs both sides in turn, again and again, so that a machine that slows down slows both. A round before is not
+ * measured, unless there is to be one repetition alone.
+ */
 Medians Measure(const Side& library, const Side& plain, int repetitions);
 
 struct Row {

@@ -8,6 +8,7 @@
 
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #define RESTART_NEEDED 3010
 
@@ -40,17 +41,36 @@ static void Replay(DWORD operation, const char* what)
     Say(done, "done");
 }
 
-/* The steps of a replay tell of no restart; what the next one will delete does. */
+/*
+ * Removes the product's folder, and the one above it for all that comes from Harbour. One that is not empty is tried
+ * again at the restart, when what was in use has gone. Others may keep it: that is no reason for a restart.
+ */
+static void RemoveFolders(const char* folder)
+{
+    char above[MAX_PATH];
+    char* end;
+    Check(TARVO_DeleteFileEx(folder, NULL), "deleting the folder");
+    snprintf(above, sizeof above, "%s", folder);
+    end = strrchr(above, '\\');
+    if (!end)
+        return;
+    *end = '\0';
+    Check(TARVO_DeleteFileEx(above, NULL), "deleting the folder above");
+}
+
+/* The steps of a replay tell of no restart; whether the next one will delete the program does. */
 static void LookForWhatIsLeft(const char* folder)
 {
+    char program[MAX_PATH + 16];
     char replacement[MAX_PATH];
-    if (TARVO_FindSourceInPFOs(folder, replacement, sizeof replacement) != 0)
+    snprintf(program, sizeof program, "%s\\lantern.exe", folder);
+    if (TARVO_FindSourceInPFOs(program, replacement, sizeof replacement) != 0)
         return;
     restart_needed = 1;
     Say("the rest goes at the restart: ", folder);
 }
 
-/* Where the setup installed the product: it goes with the registry entries. */
+/* Where the setup installed the product, its log among it: this goes with the registry entries. */
 static void ReadFolder(char* folder, DWORD size)
 {
     HKEY key;
@@ -71,7 +91,6 @@ static void ReadFolder(char* folder, DWORD size)
 static void Uninstall(const char* log, const char* folder)
 {
     char version[64];
-    DWORD later = 0;
     Check(TARVO_OpenRollBackLog(log), "opening the uninstall log");
     Check(TARVO_GetCustomUnInstallString("Version", version, sizeof version), "reading the version");
     Say("the log says: version ", version);
@@ -81,22 +100,22 @@ static void Uninstall(const char* log, const char* folder)
     Replay(TARVO_UNINSTALL_SHORTCUTS, "shortcuts");
     Check(TARVO_CloseRollBackLog(), "closing the uninstall log");
     Check(TARVO_DeleteEventSource("Lantern"), "deleting the event source");
-    Check(TARVO_DeleteFileEx(log, &later), "deleting the uninstall log");
+    Check(TARVO_DeleteFileEx(log, NULL), "deleting the uninstall log");
+    RemoveFolders(folder);
     LookForWhatIsLeft(folder);
 }
 
 int main(void)
 {
     char folder[MAX_PATH] = "";
-    char log[MAX_PATH];
+    char log[MAX_PATH + 16];
     const char* trace = getenv("LANTERN_LOG");
     const char* record = getenv("LANTERN_REPORT");
-    const char* data = getenv("ProgramData");
     report = record ? fopen(record, "w") : NULL;
     if (trace)
         TARVO_StartDebugLoggingRunTime(trace, FALSE);
     ReadFolder(folder, sizeof folder);
-    snprintf(log, sizeof log, "%s\\Lantern-uninstall.log", data ? data : "C:");
+    snprintf(log, sizeof log, "%s\\uninstall.log", folder);
     Uninstall(log, folder);
     if (report)
         fclose(report);

@@ -13,6 +13,11 @@ PrivilegesRequired=admin
 CreateUninstallRegKey=no
 CloseApplications=no
 
+[Dirs]
+; Made before Inno Setup's own turn, and removed by it at the end, the last one first.
+Name: "{app}\.."; Flags: uninsalwaysuninstall
+Name: "{app}"; Flags: uninsalwaysuninstall
+
 [Files]
 Source: "{#Library}"; DestName: "TARVO.dll"; Flags: dontcopy
 Source: "{#Built}\lantern-{#Version}.exe"; DestName: "lantern.exe"; Flags: dontcopy
@@ -43,11 +48,11 @@ const
   SERVICE_RUNNING = 4;
   READ_ONLY = 1;
 
-// The uninstall log lies in a folder that is there from the start: the setup's own folders come into being one by
-// one, and each is recorded at once.
+// What the uninstall log says is done with an administrator's rights: it lies where only administrators write. So
+// the product's folder is made before the log, and goes after it.
 function UninstallLog: String;
 begin
-  Result := ExpandConstant('{commonappdata}\Lantern-uninstall.log');
+  Result := InApp('uninstall.log');
 end;
 
 procedure SetValue(const Locator: AnsiString; ValueType: DWORD);
@@ -103,6 +108,7 @@ end;
 
 procedure InstallProduct;
 begin
+  Check(TARVO_CreateDirectory(InApp('')), 'making the product''s folder');
   Check(TARVO_StartUninstallLogging(UninstallLog, 'Lantern'), 'beginning the uninstall log');
   Check(TARVO_CreateDirectory(InApp('data')), 'making the folders');
   InstallFile('lantern.exe', 'lantern.exe');
@@ -124,7 +130,7 @@ begin
   Check(TARVO_StopUninstallLogging, 'ending the uninstall log');
 end;
 
-// Before Inno Setup makes a folder of its own, so that every one is recorded.
+// Before Inno Setup installs anything itself, so that a call that fails ends the setup.
 procedure CurStepChanged(Step: TSetupStep);
 begin
   if Step <> ssInstall then
@@ -148,9 +154,23 @@ begin
   Say(IntToStr(Operation) + ', ' + What + ': done');
 end;
 
+// The steps tell of no restart; whether the next one will delete the program does. Its folders then go with it.
+procedure LookForWhatIsLeft;
+var
+  Pending: AnsiString;
+begin
+  SetLength(Pending, 1024);
+  if TARVO_FindSourceInPFOs(InApp('lantern.exe'), Pending, Length(Pending)) <> 0 then
+    Exit;
+  RestartNeeded := True;
+  Check(TARVO_DeleteAfterReboot(InApp('')), 'deferring the removal of the folder');
+  Check(TARVO_DeleteAfterReboot(ExtractFileDir(InApp(''))), 'deferring the removal of the folder above');
+  Say('the rest goes at the restart: ' + InApp(''));
+end;
+
 procedure UninstallProduct;
 var
-  InstalledVersion, Pending: AnsiString;
+  InstalledVersion: AnsiString;
 begin
   Check(TARVO_OpenRollBackLog(UninstallLog), 'opening the uninstall log');
   SetLength(InstalledVersion, 1024);
@@ -163,13 +183,7 @@ begin
   Check(TARVO_CloseRollBackLog, 'closing the uninstall log');
   Check(TARVO_DeleteEventSource(EventSource), 'deleting the event source');
   RemoveFile(UninstallLog);
-
-  // The steps tell of no restart; what the next one will delete does.
-  SetLength(Pending, 1024);
-  if TARVO_FindSourceInPFOs(InApp('lantern.exe'), Pending, Length(Pending)) = 0 then begin
-    RestartNeeded := True;
-    Say('the rest goes at the restart: ' + InApp(''));
-  end;
+  LookForWhatIsLeft;
 end;
 
 procedure CurUninstallStepChanged(Step: TUninstallStep);

@@ -11,6 +11,7 @@ Page instfiles
 UninstPage instfiles
 
 !include LogicLib.nsh
+!include FileFunc.nsh
 !include "${__FILEDIR__}/../../include/tarvo.nsh"
 !include lantern.nsh
 
@@ -31,9 +32,10 @@ UninstPage instfiles
 !define KEY "HKEY_LOCAL_MACHINE\Software\Harbour\Lantern"
 !define PROGRAMS_KEY "HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall\Lantern"
 
-; The uninstall log lies in a folder that is there from the start: the setup's
-; own folders come into being one by one, and each is recorded at once.
-!define UNINSTALL_LOG "$APPDATA\Lantern-uninstall.log"
+; What the uninstall log says is done with an administrator's rights: it lies
+; where only administrators write. So this folder is made before the log, and
+; goes after it; the one above it is for all that comes from Harbour.
+!define UNINSTALL_LOG "$INSTDIR\uninstall.log"
 !define START_MENU_GROUP "Lantern"
 
 !macro Settings
@@ -110,6 +112,8 @@ Section
   File "/oname=$PLUGINSDIR\keeper.exe" "${BUILT}/keeper-${VERSION}.exe"
   File "/oname=$PLUGINSDIR\words.txt" "${PRODUCT}/words-${VERSION}.txt"
 
+  ${TARVO_CreateDirectory} $0 "$INSTDIR"
+  ${Check} "making $INSTDIR"
   ${TARVO_StartUninstallLogging} $0 "${UNINSTALL_LOG}" "Lantern"
   ${Check} "beginning the uninstall log"
   ${TARVO_CreateDirectory} $0 "$INSTDIR\data"
@@ -149,6 +153,13 @@ SectionEnd
   ${Say} "${CODE}, ${WHAT}: done"
 !macroend
 
+; Removes a folder; one that is not empty is tried again at the restart, when what
+; was in use has gone. Others may keep it: that is no reason for a restart.
+!macro RemoveFolder FOLDER
+  ${TARVO_DeleteFileEx} $0 "${FOLDER}" $1
+  ${Check} "deleting ${FOLDER}"
+!macroend
+
 ; Run with _?=FOLDER the uninstaller works in place and is in use itself.
 Section un.install
   SetShellVarContext all
@@ -167,9 +178,12 @@ Section un.install
   ${TARVO_DeleteEventSource} $0 "${EVENT_SOURCE}"
   ${Check} "deleting the event source"
   ${Remove} "${UNINSTALL_LOG}"
+  !insertmacro RemoveFolder "$INSTDIR"
+  ${GetParent} "$INSTDIR" $2
+  !insertmacro RemoveFolder "$2"
 
-  ; The steps tell of no restart; what the next one will delete does.
-  ${TARVO_FindSourceInPFOs} $0 "$INSTDIR" $1
+  ; The steps tell of no restart; whether the next one will delete the program does.
+  ${TARVO_FindSourceInPFOs} $0 "$INSTDIR\lantern.exe" $1
   ${If} $0 = 0
     ${Say} "the rest goes at the restart: $INSTDIR"
     !insertmacro EndTarvo ${RESTART_NEEDED}

@@ -199,7 +199,8 @@ void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
  */
 
 /**
- * Sets a value named by a locator, creating the key level by level. Created levels and the value are recorded.
+ * Sets a value named by a locator, creating the key level by level. The levels that this call itself has created, and
+ * the value, are recorded.
  * @param locator  main key name \ subkey \\ value name | data: "HKEY_LOCAL_MACHINE\Software\X\\Name|data". The value
  *                 name may be empty; names lie within the first 2047 bytes. REG_MULTI_SZ data is a list of
  *                 terminated texts, ended by an empty one.
@@ -265,28 +266,38 @@ DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
  */
 
 /**
- * Begins recording into an INI file, which need not exist; a read-only one is made writable.
- * @param file    Full path; its folder must exist. At most 259 characters are kept.
+ * Begins recording into an INI file, which need not exist; a read-only one is made writable. Each record is in the
+ * file at once; a process that is killed leaves the file as it was before or after a record, and perhaps a file of that
+ * name and ".tarvo-new", which a later record takes over.
+ * @param file    Path, at most 259 characters are kept; one that is not full is taken from the folder now current. Its
+ *                folder must exist. What the file says is later done with the uninstaller's rights: let only
+ *                administrators write it.
  * @param plugIn  Only traced; may be NULL.
  * @return 0, or the code of clearing the read-only attribute.
  */
 DWORD __cdecl TARVO_StartUninstallLogging(_In_z_ const char* file, _In_opt_z_ const char* plugIn);
 
-/** Ends recording. @return 0; TARVO_ERROR_NO_LOG, recording is off */
+/** Ends recording; the file is flushed to the disk. @return 0; TARVO_ERROR_NO_LOG, recording is off */
 DWORD __cdecl TARVO_StopUninstallLogging(void);
 
 /**
- * Records a line (WritePrivateProfileString).
+ * Records a line, as WritePrivateProfileString would place it; blanks at the end of an item are kept. Not written, but
+ * traced as a warning, is a line with control characters, with ']' in its section, with nothing or one of "[; " in
+ * front of its "=", or with a further '=' in entry. Relative paths in the sections Files and Shortcuts become full
+ * ones, from the folder now current; one that then has more than 259 characters is not written.
  * @param single  Non-zero writes entry=value; 0 writes value=1 and does not use entry.
- * @return 0, also when nothing could be written; ERROR_INVALID_PARAMETER, one of the texts needed is NULL
+ * @return 0, also when nothing was written; ERROR_INVALID_PARAMETER, one of the texts needed is NULL
  */
 DWORD __cdecl TARVO_AddRollbackEntry(_In_z_ const char* section, _In_opt_z_ const char* entry, _In_z_ const char* value,
                                      BOOL single);
 
-/** Records a created file or directory. @return 0; ERROR_INVALID_PARAMETER */
+/** Records a created file or directory (TARVO_AddRollbackEntry). @return 0; ERROR_INVALID_PARAMETER */
 DWORD __cdecl TARVO_AddFileToUninstallLog(_In_z_ const char* path);
 
-/** Records a name and value for TARVO_GetCustomUnInstallString. @return 0; ERROR_INVALID_PARAMETER */
+/**
+ * Records a name and value for TARVO_GetCustomUnInstallString, which gives the value back without blanks and a pair of
+ * quotes around it (TARVO_AddRollbackEntry, single). @return 0; ERROR_INVALID_PARAMETER
+ */
 DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char* name, _In_z_ const char* value);
 
 /** @} */
@@ -304,14 +315,18 @@ DWORD __cdecl TARVO_SetCustomUnInstallString(_In_z_ const char* name, _In_z_ con
 #define TARVO_UNINSTALL_EVENTS 204          /**< nothing is recorded of these */
 #define TARVO_UNINSTALL_SHELL_EXTENSION 205 /**< nothing is recorded of these */
 
-/** Names the log to replay. @return 0; ERROR_FILE_NOT_FOUND */
+/**
+ * Names the log to replay; a path that is not full is taken from the folder now current.
+ * @return 0; ERROR_FILE_NOT_FOUND
+ */
 DWORD __cdecl TARVO_OpenRollBackLog(_In_z_ const char* file);
 
 /** @return 0; TARVO_ERROR_NO_LOG, no log is open */
 DWORD __cdecl TARVO_CloseRollBackLog(void);
 
 /**
- * Removes what the open log lists of one kind, contents before containers. Single failures are traced only.
+ * Removes what the open log lists of one kind, contents before containers. Single failures are traced only; paths that
+ * are not full are passed over and traced as a warning.
  * @param operation  TARVO_UNINSTALL_...
  * @return 0; TARVO_ERROR_NO_LOG, no log is open; ERROR_INVALID_PARAMETER, no such operation; or the code of reading the
  * log.
@@ -319,7 +334,7 @@ DWORD __cdecl TARVO_CloseRollBackLog(void);
 DWORD __cdecl TARVO_PerformUnInstall(DWORD operation);
 
 /**
- * Reads back a recorded name (GetPrivateProfileString).
+ * Reads back a recorded name (GetPrivateProfileString, which takes outer blanks and a pair of outer quotes off).
  * @param buffer  Receives the value, cut to size - 1 characters; "" if the name was never recorded.
  * @return 0; ERROR_INVALID_PARAMETER, a pointer is NULL or there is no room; TARVO_ERROR_NO_LOG, no log is open
  */

@@ -52,15 +52,40 @@ size_t CharLength(const ByteTable& bytes, const char* text)
     return bytes.lead[static_cast<unsigned char>(*text)] && text[1] ? 2 : 1;
 }
 
-/** One character in lower case, in the low 16 bits; moves text behind it. */
-unsigned TakeLower(const ByteTable& bytes, const char*& text)
+/** Takes the characters of a text off its front, each in lower case, in the low 16 bits. */
+class LowerCaseReader {
+public:
+    explicit LowerCaseReader(std::string_view text) : bytes_(Bytes()), at_(text.data()), end_(at_ + text.size()) {}
+
+    bool AtEnd() const { return at_ == end_; }
+
+    unsigned Take()
+    {
+        const auto first = static_cast<unsigned char>(*at_);
+        if (!bytes_.lead[first] || at_ + 1 == end_) {
+            ++at_;
+            return bytes_.lower[first];
+        }
+        char lower[2] = {at_[0], at_[1]};
+        LCMapStringA(LOCALE_SYSTEM_DEFAULT, LCMAP_LOWERCASE, at_, 2, lower, 2);
+        at_ += 2;
+        return static_cast<unsigned>(static_cast<unsigned char>(lower[0]) << 8 | static_cast<unsigned char>(lower[1]));
+    }
+
+private:
+    const ByteTable& bytes_;
+    const char* at_;
+    const char* end_;
+};
+
+/** @return whether one text begins with the other; rest is then behind it. */
+bool SkipNoCase(LowerCaseReader& rest, std::string_view prefix)
 {
-    if (CharLength(bytes, text) == 1)
-        return bytes.lower[static_cast<unsigned char>(*text++)];
-    char lower[2] = {text[0], text[1]};
-    LCMapStringA(LOCALE_SYSTEM_DEFAULT, LCMAP_LOWERCASE, text, 2, lower, 2);
-    text += 2;
-    return static_cast<unsigned>(static_cast<unsigned char>(lower[0]) << 8 | static_cast<unsigned char>(lower[1]));
+    for (LowerCaseReader wanted(prefix); !wanted.AtEnd();) {
+        if (rest.AtEnd() || rest.Take() != wanted.Take())
+            return false;
+    }
+    return true;
 }
 
 void MapCaseInPlace(char* text, DWORD mapping)
@@ -117,6 +142,16 @@ char* FindChar(char* text, char wanted)
     return const_cast<char*>(FindChar(static_cast<const char*>(text), wanted));
 }
 
+size_t IndexOfChar(std::string_view text, char wanted)
+{
+    const ByteTable& bytes = Bytes();
+    for (size_t at = 0; at < text.size(); at += bytes.lead[static_cast<unsigned char>(text[at])] ? 2 : 1) {
+        if (text[at] == wanted)
+            return at;
+    }
+    return text.npos;
+}
+
 const char* FindLastChar(const char* text, char wanted)
 {
     const ByteTable& bytes = Bytes();
@@ -135,13 +170,18 @@ char* FindLastChar(char* text, char wanted)
     return const_cast<char*>(FindLastChar(static_cast<const char*>(text), wanted));
 }
 
-char* FindSeparator(char* text)
+const char* FindSeparator(const char* text)
 {
     for (; *text; text = NextChar(text)) {
         if (*text == '\\' || *text == '/')
             return text;
     }
     return nullptr;
+}
+
+char* FindSeparator(char* text)
+{
+    return const_cast<char*>(FindSeparator(static_cast<const char*>(text)));
 }
 
 char* FindDoubleBackslash(char* text)
@@ -164,32 +204,23 @@ size_t CountChars(const char* text)
     return count;
 }
 
-bool EqualNoCase(const char* left, const char* right)
+bool EqualNoCase(std::string_view left, std::string_view right)
 {
-    const ByteTable& bytes = Bytes();
-    while (*left && *right) {
-        if (TakeLower(bytes, left) != TakeLower(bytes, right))
-            return false;
-    }
-    return *left == *right;
+    LowerCaseReader rest(left);
+    return SkipNoCase(rest, right) && rest.AtEnd();
 }
 
-bool StartsWithNoCase(const char* text, const char* prefix)
+bool StartsWithNoCase(std::string_view text, std::string_view prefix)
 {
-    const ByteTable& bytes = Bytes();
-    while (*prefix) {
-        if (!*text || TakeLower(bytes, text) != TakeLower(bytes, prefix))
-            return false;
-    }
-    return true;
+    LowerCaseReader rest(text);
+    return SkipNoCase(rest, prefix);
 }
 
-uint32_t HashNoCase(const char* text)
+uint32_t HashNoCase(std::string_view text)
 {
-    const ByteTable& bytes = Bytes();
     uint32_t hash = 2166136261U; // FNV-1a
-    while (*text)
-        hash = (hash ^ TakeLower(bytes, text)) * 16777619U;
+    for (LowerCaseReader rest(text); !rest.AtEnd();)
+        hash = (hash ^ rest.Take()) * 16777619U;
     return hash;
 }
 

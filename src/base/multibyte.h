@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace tarvo {
 
@@ -29,7 +30,11 @@ char* FindChar(char* text, char wanted);
 const char* FindLastChar(const char* text, char wanted);
 char* FindLastChar(char* text, char wanted);
 
+/** @return the index of an ASCII character in a text, or npos. */
+size_t IndexOfChar(std::string_view text, char wanted);
+
 /** @return the first backslash or forward slash, or NULL. */
+const char* FindSeparator(const char* text);
 char* FindSeparator(char* text);
 
 /** @return the first of two backslashes in a row, or NULL. */
@@ -39,13 +44,13 @@ char* FindDoubleBackslash(char* text);
 size_t CountChars(const char* text);
 
 /** Equality without regard to letter case, as file and registry names have it. */
-bool EqualNoCase(const char* left, const char* right);
+bool EqualNoCase(std::string_view left, std::string_view right);
 
 /** @return whether text begins with prefix, without regard to letter case. */
-bool StartsWithNoCase(const char* text, const char* prefix);
+bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 
 /** @return a number that is the same for texts that EqualNoCase calls equal. */
-uint32_t HashNoCase(const char* text);
+uint32_t HashNoCase(std::string_view text);
 
 /** Changes letter case in place (LCMapString); a text that cannot be mapped stays as it is. */
 void LowerInPlace(char* text);

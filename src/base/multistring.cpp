@@ -12,6 +12,14 @@ size_t MultiStringSize(const char* list)
     return static_cast<size_t>(text - list) + 1;
 }
 
+size_t MultiStringSize(const char* list, size_t size)
+{
+    size_t at = 0;
+    while (at < size && list[at] != '\0')
+        at += strnlen(list + at, size - at) + 1;
+    return at < size ? at + 1 : size;
+}
+
 size_t MultiStringCount(const char* list)
 {
     size_t count = 0;

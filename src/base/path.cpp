@@ -97,6 +97,22 @@ bool JoinPath(char* destination, size_t size, std::string_view directory, std::s
     return path.Finish();
 }
 
+bool IsFullPath(const char* path)
+{
+    if (IsSeparator(path[0]) && IsSeparator(path[1]))
+        return path[2] && !IsSeparator(path[2]) && path[2] != '.' && path[2] != '?' && FindSeparator(path + 2);
+    return path[0] && !IsLeadByte(path[0]) && path[1] == ':' && IsSeparator(path[2]) && path[3];
+}
+
+bool MakeFullPath(const char* path, PathText& full)
+{
+    const DWORD length = GetFullPathNameA(path, PathText::kSize, full.Buffer(), nullptr);
+    if (length > 0 && length < PathText::kSize)
+        return true;
+    full.Clear();
+    return false;
+}
+
 void GetHostFolder(PathText& folder)
 {
     PathText program;

@@ -43,6 +43,15 @@ template <size_t Size> [[nodiscard]] bool JoinPath(BoundedText<Size>& destinatio
     return JoinPath(destination.Buffer(), Size, directory, name, extension);
 }
 
+/**
+ * Tells whether a path names one file wherever it is looked for: a drive and a backslash or slash in front, or two
+ * backslashes and a server, and something behind that. Device names ("\\\\.\\", "\\\\?\\") are none.
+ */
+bool IsFullPath(const char* path);
+
+/** The path as it is from the current folder (GetFullPathName). @return false, full then "", if it is too long */
+[[nodiscard]] bool MakeFullPath(const char* path, PathText& full);
+
 /** Folder of the host program's executable, with its last separator; "" if the system does not tell. */
 void GetHostFolder(PathText& folder);
 

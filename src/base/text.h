@@ -21,6 +21,13 @@ inline bool IsEmpty(const char* text)
     return !text || !*text;
 }
 
+/** Part of a text; what lies behind its end is left out. (substr would bring the runtime's exceptions into the DLL.) */
+inline std::string_view Part(std::string_view text, size_t at, size_t count = std::string_view::npos)
+{
+    at = at < text.size() ? at : text.size();
+    return {text.data() + at, count < text.size() - at ? count : text.size() - at};
+}
+
 /** Copies a text that fits into size bytes, terminator included. @return false, destination untouched, if it does not.
  */
 [[nodiscard]] bool CopyWhole(char* destination, size_t size, std::string_view text);

@@ -28,4 +28,18 @@ bool TextFile::ReadLine(char* line, int size)
     return fgets(line, size, stream_.Get()) != nullptr;
 }
 
+TextFile::Line TextFile::ReadLine(GrowingBytes& line)
+{
+    char piece[1024];
+    line.Clear();
+    while (ReadLine(piece, sizeof piece)) {
+        const std::string_view bytes = piece;
+        if (!line.Append(bytes))
+            return Line::kNoMemory;
+        if (bytes.size() < sizeof piece - 1 || bytes.ends_with('\n'))
+            return Line::kRead;
+    }
+    return line.Size() ? Line::kRead : Line::kEnd;
+}
+
 } // namespace tarvo

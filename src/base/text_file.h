@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "base/growing_bytes.h"
 #include "base/handle.h"
 
 namespace tarvo {
@@ -23,6 +24,11 @@ public:
 
     /** Reads up to the line feed, which it keeps, or size - 1 bytes. @return false at the end or on a read error. */
     [[nodiscard]] bool ReadLine(char* line, int size);
+
+    enum class Line { kRead, kEnd, kNoMemory };
+
+    /** Reads a line of any length, with its line feed, up to a zero in it. A read error counts as the end. */
+    [[nodiscard]] Line ReadLine(GrowingBytes& line);
 
     void Rewind() { rewind(stream_.Get()); }
 

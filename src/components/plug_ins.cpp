@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "base/multistring.h"
 #include "frame/scope.h"
 #include "registry/locator.h"
 #include "registry/product_keys.h"
@@ -16,65 +17,44 @@ constexpr char kAgentPlugIns[] = "SOFTWARE\\Norrin Vale\\Velmora\\Management Age
 constexpr char kConsolePlugIns[] = "SOFTWARE\\Norrin Vale\\Velmora\\Manager\\Plug-Ins";
 constexpr DWORD kNotGiven = 0xFFFFFFFF;
 
-/** Writes values of one plug-in's key, each through a locator of its own; every call returns a result code. */
-class PlugInWriter {
+constexpr size_t kMaxList = 1024; // bytes read of a list
+
+/** Makes the locators of one plug-in's values. Each maker tells whether all of it fitted. */
+class PlugInValue {
 public:
-    DWORD Begin(const char* plugIns, const char* name)
+    [[nodiscard]] bool Begin(const char* plugIns, const char* name)
     {
-        const bool fits = key_.Format("%s\\%s\\%s", kMachineName, plugIns, name);
-        return fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
+        return key_.Format("%s\\%s\\%s", kMachineName, plugIns, name);
     }
 
-    DWORD Text(const char* name, const char* text)
+    [[nodiscard]] bool SetText(const char* name, const char* text)
     {
-        return Create(locator_.Format("%s\\\\%s|%s", key_.Get(), name, text), REG_SZ);
+        return locator_.Format("%s\\\\%s|%s", key_.Get(), name, text);
     }
 
-    DWORD Number(const char* name, DWORD number)
+    [[nodiscard]] bool SetNumber(const char* name, DWORD number)
     {
-        return Create(locator_.Format("%s\\\\%s|%u", key_.Get(), name, static_cast<unsigned>(number)), REG_DWORD);
+        return locator_.Format("%s\\\\%s|%u", key_.Get(), name, static_cast<unsigned>(number));
     }
 
-    DWORD NumberIfGiven(const char* name, DWORD number)
+    /** A list longer than kMaxList is cut there; its value then runs on through the fill bytes of the buffer. */
+    [[nodiscard]] bool SetList(const char* name, const char* list)
     {
-        return number == kNotGiven ? ERROR_SUCCESS : Number(name, number);
-    }
-
-    /**
-     * Writes a list of texts that ends with an empty one, reading at most 1024 bytes of it. A longer one is cut
-     * there; its value then runs on through the fill bytes of the locator's buffer.
-     */
-    DWORD List(const char* name, const char* list)
-    {
-        constexpr size_t kMaxList = 1024;
         constexpr size_t kMaxPrefix = 1024;
         constexpr int kFill = 0x40;
         char* const buffer = locator_.Buffer();
         memset(buffer, kFill, RegistryText::kSize);
         const bool fits = FormatCut(buffer, kMaxPrefix, "%s\\\\%s|", key_.Get(), name);
         const size_t prefix = strlen(buffer);
-        memcpy(buffer + prefix, list, ListSize(list, kMaxList));
+        memcpy(buffer + prefix, list, MultiStringSize(list, kMaxList));
         buffer[RegistryText::kSize - 2] = '\0';
         buffer[RegistryText::kSize - 1] = '\0';
-        return Create(fits, REG_MULTI_SZ);
+        return fits;
     }
+
+    DWORD Write(DWORD type) const { return TARVO_CreateRegistryEntry(locator_.Get(), type, FALSE); }
 
 private:
-    DWORD Create(bool fits, DWORD type) const
-    {
-        // A cut locator would put less than what was asked for, or put it elsewhere.
-        return fits ? TARVO_CreateRegistryEntry(locator_.Get(), type, FALSE) : ERROR_INSUFFICIENT_BUFFER;
-    }
-
-    /** Bytes of a list, its closing zero included; max if it is longer or does not end before. */
-    static size_t ListSize(const char* list, size_t max)
-    {
-        size_t at = 0;
-        while (at < max && list[at] != '\0')
-            at += strnlen(list + at, max - at) + 1;
-        return at < max ? at + 1 : max;
-    }
-
     RegistryText key_;
     RegistryText locator_;
 };
@@ -93,53 +73,75 @@ struct AgentPlugIn {
     DWORD waitingInterval;
 };
 
+struct NumberRow {
+    const char* value;
+    DWORD AgentPlugIn::*number;
+    bool always; // or only if given
+};
+
+constexpr NumberRow kNumbers[] = {
+    {"Type", &AgentPlugIn::type, true},
+    {"Start", &AgentPlugIn::startMode, true},
+    {"ErrorControl", &AgentPlugIn::errorControl, true},
+    {"RestartAttempts", &AgentPlugIn::restartAttempts, false},
+    {"RestartInterval", &AgentPlugIn::restartInterval, false},
+    {"WaitingInterval", &AgentPlugIn::waitingInterval, false},
+};
+
+struct TextRow {
+    const char* value;
+    const char* AgentPlugIn::*text;
+};
+
+constexpr TextRow kTexts[] = {
+    {"DisplayName", &AgentPlugIn::name},
+    {"OID", &AgentPlugIn::oid},
+    {"ImagePath", &AgentPlugIn::path},
+};
+
 void TraceAgentPlugIn(const AgentPlugIn& plugIn)
 {
+    // A list need not end where the caller's memory does.
+    const char* const list = Shown(plugIn.dependencies);
+    BoundedText<kMaxList + 1> firstDependency;
+    firstDependency.SetCut({list, strnlen(list, kMaxList)});
     TracePrint(kInfo, 1, "Type=[%d], StartMode=[%d], ErrorCtrl=[%d]Name=[%s], OID=[%s], Path=[%s]\n",
                static_cast<int>(plugIn.type), static_cast<int>(plugIn.startMode), static_cast<int>(plugIn.errorControl),
                Shown(plugIn.name), Shown(plugIn.oid), Shown(plugIn.path));
     TracePrint(kInfo, 1,
                "Dependencies (1-st ln.)=[%s], RestartAttempts=[%d], RestartInterval=[%d], WaitInterval=[%d]\n",
-               Shown(plugIn.dependencies), static_cast<int>(plugIn.restartAttempts),
+               firstDependency.Get(), static_cast<int>(plugIn.restartAttempts),
                static_cast<int>(plugIn.restartInterval), static_cast<int>(plugIn.waitingInterval));
 }
 
-DWORD WriteNumbers(PlugInWriter& writer, const AgentPlugIn& plugIn)
+/** A locator that is cut would put less than what was asked for, or put it elsewhere. */
+DWORD WriteIfWhole(bool whole, const PlugInValue& value, DWORD type)
 {
-    if (const DWORD code = writer.Number("Type", plugIn.type))
-        return code;
-    if (const DWORD code = writer.Number("Start", plugIn.startMode))
-        return code;
-    if (const DWORD code = writer.Number("ErrorControl", plugIn.errorControl))
-        return code;
-    if (const DWORD code = writer.NumberIfGiven("RestartAttempts", plugIn.restartAttempts))
-        return code;
-    if (const DWORD code = writer.NumberIfGiven("RestartInterval", plugIn.restartInterval))
-        return code;
-    return writer.NumberIfGiven("WaitingInterval", plugIn.waitingInterval);
+    return whole ? value.Write(type) : ERROR_INSUFFICIENT_BUFFER;
 }
 
-DWORD WriteTexts(PlugInWriter& writer, const AgentPlugIn& plugIn)
+DWORD WriteValues(PlugInValue& value, const AgentPlugIn& plugIn)
 {
-    if (const DWORD code = writer.Text("DisplayName", plugIn.name))
-        return code;
-    if (const DWORD code = writer.Text("OID", plugIn.oid))
-        return code;
-    if (const DWORD code = writer.Text("ImagePath", plugIn.path))
-        return code;
-    return writer.List("DependOnModule", plugIn.dependencies);
+    for (const NumberRow& row : kNumbers) {
+        const DWORD number = plugIn.*row.number;
+        if (!row.always && number == kNotGiven)
+            continue;
+        if (const DWORD code = WriteIfWhole(value.SetNumber(row.value, number), value, REG_DWORD))
+            return code;
+    }
+    for (const TextRow& row : kTexts) {
+        if (const DWORD code = WriteIfWhole(value.SetText(row.value, plugIn.*row.text), value, REG_SZ))
+            return code;
+    }
+    return WriteIfWhole(value.SetList("DependOnModule", plugIn.dependencies), value, REG_MULTI_SZ);
 }
 
 DWORD RegisterAgentPlugIn(const AgentPlugIn& plugIn)
 {
     if (!plugIn.name || !plugIn.oid || !plugIn.path || !plugIn.dependencies)
         return ERROR_INVALID_PARAMETER;
-    PlugInWriter writer;
-    if (const DWORD code = writer.Begin(kAgentPlugIns, plugIn.name))
-        return code;
-    if (const DWORD code = WriteNumbers(writer, plugIn))
-        return code;
-    return WriteTexts(writer, plugIn);
+    PlugInValue value;
+    return value.Begin(kAgentPlugIns, plugIn.name) ? WriteValues(value, plugIn) : ERROR_INSUFFICIENT_BUFFER;
 }
 
 DWORD OpenAgentPlugIn(const char* name, RegistryKey& key)
@@ -181,11 +183,11 @@ DWORD __cdecl TARVO_RegisterKobPlugIn(const char* name, const char* path)
     TracePrint(kInfo, 1, "Name=[%s], Path=[%s]\n", Shown(name), Shown(path));
     if (!name || !path)
         return scope.Error(ERROR_INVALID_PARAMETER);
-    PlugInWriter writer;
-    if (const DWORD code = writer.Begin(kConsolePlugIns, name))
-        return scope.Error(code);
+    PlugInValue value;
+    if (!value.Begin(kConsolePlugIns, name) || !value.SetText("ImagePath", path))
+        return scope.Error(ERROR_INSUFFICIENT_BUFFER);
     // Its code is handed on as it came: the inner call has stored its text.
-    if (const DWORD code = writer.Text("ImagePath", path))
+    if (const DWORD code = value.Write(REG_SZ))
         return code;
     return scope.Ok();
 }

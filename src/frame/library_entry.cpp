@@ -36,6 +36,7 @@ void Detach()
     RunRelease(ReleaseStage::kProgressDialog);
     CloseTraceRoot();
     RunRelease(ReleaseStage::kPendingList);
+    RunRelease(ReleaseStage::kUninstallLog);
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 namespace tarvo {
 
 /** What the library lets go of at unload, in this order. The log closes between the dialog and the pending list. */
-enum class ReleaseStage { kSecurityPolicies, kCurrentSid, kProgressDialog, kPendingList, kCount };
+enum class ReleaseStage { kSecurityPolicies, kCurrentSid, kProgressDialog, kPendingList, kUninstallLog, kCount };
 
 /**
  * Has a subsystem's process-wide state released at unload. Called when the

@@ -31,22 +31,33 @@ void RecordKey(const MainKey& mainKey, const char* path, RegistryView view)
     RecordEntry(entry.Get(), view);
 }
 
+/** @param made  Receives whether the key is this call's: what others have made is not recorded. */
+DWORD CreateKey(const MainKey& mainKey, const char* path, RegistryView view, Writer writer, bool& made)
+{
+    UniqueRegistryKey created;
+    if (writer == Writer::kPlain)
+        return static_cast<DWORD>(RegCreateKeyA(mainKey.key, path, created.Put()));
+    DWORD disposition = 0;
+    const LSTATUS code = RegCreateKeyExA(mainKey.key, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                         AccessIn(view, KEY_READ), nullptr, created.Put(), &disposition);
+    made = made && disposition == REG_CREATED_NEW_KEY;
+    return static_cast<DWORD>(code);
+}
+
 DWORD CreateLevel(const MainKey& mainKey, const char* path, RegistryView view, Writer writer)
 {
     RegistryKey existing;
-    if (existing.Open(mainKey.key, path, AccessIn(view, KEY_READ)) == ERROR_SUCCESS) {
+    const DWORD opened = existing.Open(mainKey.key, path, AccessIn(view, KEY_READ));
+    if (opened == ERROR_SUCCESS) {
         TracePrint(kInfo, 3, "%s", "RegOpenKeyEx succeed - intermediate subkey already exists.\n");
         return ERROR_SUCCESS;
     }
     TracePrint(kInfo, 1, "Creating registry key [%s]...\n", path);
-    UniqueRegistryKey created;
-    const LSTATUS code = writer == Writer::kPlain
-                             ? RegCreateKeyA(mainKey.key, path, created.Put())
-                             : RegCreateKeyExA(mainKey.key, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                               AccessIn(view, KEY_READ), nullptr, created.Put(), nullptr);
-    if (code == ERROR_SUCCESS)
+    bool made = opened == ERROR_FILE_NOT_FOUND;
+    const DWORD code = CreateKey(mainKey, path, view, writer, made);
+    if (code == ERROR_SUCCESS && made)
         RecordKey(mainKey, path, view);
-    return static_cast<DWORD>(code);
+    return code;
 }
 
 DWORD WalkLevels(const MainKey& mainKey, const char* subkey, RegistryView view, Writer writer)

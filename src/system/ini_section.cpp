@@ -1,7 +1,6 @@
 // TARVO_ReadIniFileSection: the lines of one section, counted first and then copied.
 
-#include <cstring>
-
+#include "base/ini_line.h"
 #include "base/multibyte.h"
 #include "base/text.h"
 #include "base/text_file.h"
@@ -11,64 +10,51 @@
 namespace tarvo {
 namespace {
 
-constexpr int kCountedLine = 1023; // bytes, terminator included, of a line as the counting pass reads it
-constexpr int kCopiedLine = 1024;
-
-/** @return whether the line is a header, and if so the name in it. Only blanks may stand in front. */
-bool ReadHeader(const char* line, BoundedText<1024>& name)
-{
-    line += strspn(line, " ");
-    if (*line != '[')
-        return false;
-    const char* close = FindChar(line + 1, ']');
-    if (!close)
-        return false;
-    name.SetCut({line + 1, static_cast<size_t>(close - line - 1)});
-    return true;
-}
-
-/** Walks the lines of the first section of a name; longer lines than it reads come in pieces. */
+/** Walks the lines of the first section of a name. */
 class SectionReader {
 public:
-    SectionReader(TextFile& file, const char* section, int lineSize)
-        : file_(file), section_(section), lineSize_(lineSize)
-    {
-        file_.Rewind();
-    }
+    SectionReader(TextFile& file, const char* section) : file_(file), section_(section) { file_.Rewind(); }
 
-    /** @return the next line of the section as it was read, or NULL behind the last. */
-    char* Next()
+    /** @return whether there is a further line of the section. */
+    bool Next()
     {
-        while (file_.ReadLine(line_, lineSize_)) {
-            BoundedText<1024> name;
-            if (!ReadHeader(line_, name)) {
+        while ((state_ = file_.ReadLine(line_)) == TextFile::Line::kRead) {
+            std::string_view name;
+            if (!IsSectionHeader(Line(), name)) {
                 if (inside_)
-                    return line_;
+                    return true;
                 continue;
             }
             if (inside_)
-                return nullptr;
-            inside_ = EqualNoCase(name.Get(), section_);
+                return false;
+            inside_ = EqualNoCase(name, section_);
         }
-        return nullptr;
+        return false;
     }
+
+    /** The line as it was read, line end included. */
+    std::string_view Line() const { return line_.View(); }
+
+    /** Whether the walk ended because there was no memory for a line. */
+    bool LacksMemory() const { return state_ == TextFile::Line::kNoMemory; }
 
 private:
     TextFile& file_;
     const char* section_;
-    int lineSize_;
     bool inside_ = false;
-    char line_[kCopiedLine];
+    TextFile::Line state_ = TextFile::Line::kEnd;
+    GrowingBytes line_;
 };
 
 /** What the list needs at most: lines count as read, line ends and leading blanks included. */
-DWORD CountRequired(TextFile& file, const char* section)
+DWORD CountRequired(TextFile& file, const char* section, DWORD& required)
 {
-    size_t required = 1;
-    SectionReader reader(file, section, kCountedLine);
-    while (const char* line = reader.Next())
-        required += strlen(line) + 1;
-    return static_cast<DWORD>(required == 1 ? 2 : required);
+    SectionReader reader(file, section);
+    size_t bytes = 1;
+    while (reader.Next())
+        bytes += reader.Line().size() + 1;
+    required = static_cast<DWORD>(bytes == 1 ? 2 : bytes);
+    return reader.LacksMemory() ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS;
 }
 
 /** Appends texts to a list while they fit; knows what all of them would have needed. */
@@ -76,14 +62,16 @@ class ListWriter {
 public:
     ListWriter(char* list, size_t size) : list_(list), size_(size) {}
 
-    void Add(const char* text)
+    /** @return the text in the list, or NULL */
+    const char* Add(std::string_view text)
     {
-        const size_t bytes = strlen(text) + 1;
-        needed_ += bytes;
-        if (needed_ < size_)
-            memcpy(list_ + (needed_ - bytes), text, bytes);
-        else
-            fits_ = false;
+        char* const place = list_ + needed_;
+        needed_ += text.size() + 1;
+        fits_ = fits_ && needed_ < size_;
+        if (!fits_)
+            return nullptr;
+        CopyCut(place, text.size() + 1, text);
+        return place;
     }
 
     /** Ends the list; one that did not fit becomes empty. @return the bytes that the list needs */
@@ -106,30 +94,28 @@ private:
 };
 
 /** Takes a line's line end and leading blanks off. */
-const char* Trim(char* line)
+std::string_view Trim(std::string_view line)
 {
-    line[strcspn(line, "\n")] = '\0';
-    return line + strspn(line, " \t");
+    line = Part(line, 0, line.find('\n'));
+    const size_t begin = line.find_first_not_of(" \t");
+    return begin == line.npos ? std::string_view() : Part(line, begin);
 }
 
 DWORD CopyLines(TextFile& file, const char* section, char* buffer, DWORD& size)
 {
     ListWriter list(buffer, size);
-    SectionReader reader(file, section, kCopiedLine);
-    while (char* line = reader.Next()) {
-        const char* text = Trim(line);
-        if (!*text)
+    SectionReader reader(file, section);
+    while (reader.Next()) {
+        const std::string_view text = Trim(reader.Line());
+        if (text.empty())
             continue;
-        TracePrint(kInfo, 1, "[%s]\n", text);
-        list.Add(text);
+        if (const char* added = list.Add(text))
+            TracePrint(kInfo, 1, "[%s]\n", added);
     }
-    const size_t needed = list.Finish();
-    if (list.Fits())
-        return ERROR_SUCCESS;
-    // The counting pass cuts overlong lines elsewhere and may take a piece of
-    // one for a header; what the lines really need is known now.
-    size = static_cast<DWORD>(needed);
-    return ERROR_MORE_DATA;
+    size = static_cast<DWORD>(list.Finish());
+    if (reader.LacksMemory())
+        return ERROR_NOT_ENOUGH_MEMORY;
+    return list.Fits() ? ERROR_SUCCESS : ERROR_MORE_DATA; // the file has grown since it was counted
 }
 
 DWORD ReadSection(const char* path, const char* section, char* buffer, DWORD* size)
@@ -139,13 +125,14 @@ DWORD ReadSection(const char* path, const char* section, char* buffer, DWORD* si
     TextFile file;
     if (!file.Open(path))
         return ERROR_FILE_NOT_FOUND;
-    const DWORD given = *size;
-    const DWORD required = CountRequired(file, section);
+    DWORD required = 0;
+    if (const DWORD code = CountRequired(file, section, required))
+        return code;
     TracePrint(kInfo, 1, "Required buffer size: [%d].\n", static_cast<int>(required));
+    DWORD room = *size;
     *size = required;
-    if (!buffer || given < required)
+    if (!buffer || room < required)
         return ERROR_MORE_DATA;
-    DWORD room = given;
     const DWORD code = CopyLines(file, section, buffer, room);
     if (code == ERROR_MORE_DATA)
         *size = room;

@@ -28,7 +28,6 @@ public:
     [[nodiscard]] bool Split(const char* line);
 
     const char* Item() const { return item_.Get(); }
-    char* Item() { return item_.Get(); }
     bool HasValue() const { return value_ != nullptr; }
 
     /** Whether the line has a value that begins with "1": others are not for removal. */

@@ -1,6 +1,7 @@
 // The uninstall run: one step for each kind of thing to remove.
 
 #include "base/multibyte.h"
+#include "base/path.h"
 #include "files/path_utils.h"
 #include "frame/scope.h"
 #include "registry/deletion.h"
@@ -45,8 +46,16 @@ DWORD DeleteRegistrySection(const char* section, DWORD (*deleteEntry)(const char
 DWORD PerformUninstallRegistry()
 {
     FunctionScope scope("PerformUninstallRegistry", 2);
+    // Its code is dropped, as callers know it: what is left of the first section does not keep the second.
     DeleteRegistrySection(kRegistrySection, DeleteRegEntryOrValue);
     return scope.End(DeleteRegistrySection(kRegistry64Section, DeleteReg64EntryOrValue));
+}
+
+/** @return false where a path has no folder in front, or without memory */
+[[nodiscard]] bool ParentFolder(const char* path, HeapText& folder)
+{
+    const char* const backslash = FindLastChar(path, '\\');
+    return backslash && folder.Copy({path, static_cast<size_t>(backslash - path)});
 }
 
 void DeleteDirectoryOrDefer(const char* path)
@@ -59,24 +68,22 @@ void DeleteDirectoryOrDefer(const char* path)
 }
 
 /** A directory goes with its last file; one with a locked file goes with it at the restart. */
-void DeleteParentDirectory(char* path, bool deferred)
+void DeleteParentDirectory(const char* path, bool deferred)
 {
-    char* const backslash = FindLastChar(path, '\\');
-    if (!backslash)
+    HeapText directory;
+    if (!ParentFolder(path, directory))
         return;
-    *backslash = '\0';
     if (deferred) {
         TracePrint(kInfo, 3, "%s", "Marking the directory to be deleted after reboot...\n");
-        TARVO_DeleteAfterReboot(path);
+        TARVO_DeleteAfterReboot(directory.Get());
         return;
     }
     TracePrint(kInfo, 3, "%s", "Trying to delete the directory...\n");
-    if (!RemoveDirectoryA(path))
+    if (!RemoveDirectoryA(directory.Get()))
         TracePrint(kWarning, 3, "%s", "Deleting failed.\n");
 }
 
-/** @param path  Cut to its directory on the way. */
-void DeleteFileAndParent(char* path)
+void DeleteFileAndParent(const char* path)
 {
     TracePrint(kInfo, 3, "Deleting file [%s]...\n", path);
     DWORD needRestart = 0;
@@ -89,9 +96,12 @@ void DeleteFileAndParent(char* path)
     DeleteParentDirectory(path, needRestart != 0);
 }
 
-void DeletePath(char* path)
+void DeletePath(const char* path)
 {
-    if (!IsPathExist(path, 1))
+    // No recording writes such paths; in the uninstaller's folder they would name something else.
+    if (!IsFullPath(path))
+        TracePrint(kWarning, 3, "Path [%s] is not full, passed over.\n", path);
+    else if (!IsPathExist(path, 1))
         TracePrint(kInfo, 3, "File or directory [%s] does not exist...\n", path);
     else if (IsPathDirectory(path))
         DeleteDirectoryOrDefer(path);

@@ -1,25 +1,85 @@
 #include "uninstall/recording.h"
 
+#include <cstring>
+
+#include "base/memory.h"
+#include "base/multibyte.h"
 #include "base/path.h"
 #include "files/path_utils.h"
+#include "frame/library_entry.h"
 #include "frame/scope.h"
 #include "tarvo/tarvo.h"
+#include "uninstall/log_file.h"
 
 namespace tarvo {
 namespace {
 
-constinit PathText recordingFile; // "" while recording is off
+/** Where is recorded into; no name while recording is off. */
+struct Recording {
+    PathText path;
+    LogFile file;
+};
 
-void WriteLine(const char* section, const char* key, const char* value)
+ProcessWide<Recording> state;
+
+void ReleaseRecording()
 {
-    if (recordingFile.Empty()) {
+    state.object.file.Forget();
+}
+
+/** @return why a line would not come back as it is written, or NULL. Values may begin with anything. */
+const char* WhyLost(const LogEntry& entry)
+{
+    constexpr std::string_view kControls("\0\1\2\3\4\5\6\7\b\t\n\v\f\r\x0E\x0F\x10\x11\x12\x13\x14\x15\x16\x17\x18"
+                                         "\x19\x1A\x1B\x1C\x1D\x1E\x1F",
+                                         32);
+    const std::string_view section = entry.section;
+    for (const std::string_view text : {section, entry.key, entry.value}) {
+        if (text.find_first_of(kControls) != text.npos)
+            return "a control character in it";
+    }
+    if (IndexOfChar(section, ']') != section.npos)
+        return "a bracket in its section";
+    if (entry.key.empty())
+        return "no name";
+    if (strchr("[; ", entry.key.front()))
+        return "a bracket, semicolon or blank in front";
+    if (entry.keyEnd == KeyEnd::kFirstEquals && entry.key.find('=') != entry.key.npos)
+        return "an equals sign in its name";
+    return nullptr;
+}
+
+void WriteLine(const LogEntry& entry)
+{
+    if (state.object.path.Empty()) {
         TracePrint(kWarning, 1, "%s", "TARVO_AddRollbackEntry: No rollback log file.\n");
         return;
     }
-    if (!WritePrivateProfileStringA(section, key, value, recordingFile.Get())) {
-        TracePrint(kWarning, 1, "TARVO_AddRollbackEntry: WritePrivateProfileString() failed with error code [%d]\n",
-                   static_cast<int>(GetLastError()));
+    if (const char* reason = WhyLost(entry)) {
+        TracePrint(kWarning, 1, "TARVO_AddRollbackEntry: Entry is not written: %s.\n", reason);
+        return;
     }
+    ReleaseAtUnload(ReleaseStage::kUninstallLog, ReleaseRecording);
+    if (const DWORD code = state.object.file.Put(state.object.path, entry)) {
+        TracePrint(kWarning, 1, "TARVO_AddRollbackEntry: WritePrivateProfileString() failed with error code [%d]\n",
+                   static_cast<int>(code));
+    }
+}
+
+bool IsPathSection(const char* section)
+{
+    return EqualNoCase(section, kFilesSection) || EqualNoCase(section, kShortcutsSection);
+}
+
+void WriteItem(const char* section, const char* item)
+{
+    PathText full;
+    const bool relative = IsPathSection(section) && !IsFullPath(item);
+    if (relative && !MakeFullPath(item, full)) {
+        TracePrint(kWarning, 1, "TARVO_AddRollbackEntry: Entry is not written: %s.\n", "its full path is too long");
+        return;
+    }
+    WriteLine({section, relative ? full.Get() : item, "1", KeyEnd::kLastEquals});
 }
 
 DWORD StartRecording(const char* file)
@@ -30,7 +90,7 @@ DWORD StartRecording(const char* file)
         if (const DWORD code = TARVO_ResetFileReadOnlyAttribute(file, 0))
             return code;
     }
-    recordingFile.SetCut(file);
+    KeepLogName(file, state.object.path);
     return ERROR_SUCCESS;
 }
 
@@ -78,9 +138,13 @@ DWORD __cdecl TARVO_StartUninstallLogging(const char* file, const char* plugIn)
 DWORD __cdecl TARVO_StopUninstallLogging(void)
 {
     FunctionScope scope("TARVO_StopUninstallLogging", 0);
-    if (recordingFile.Empty())
+    if (state.object.path.Empty())
         return scope.Error("Uninstall logging is not started", TARVO_ERROR_NO_LOG);
-    recordingFile.Clear();
+    // The log of a finished setup outlives a power cut.
+    if (const DWORD code = LogFile::Flush(state.object.path))
+        TracePrint(kWarning, 1, "Flushing the uninstall log failed with error code [%d]\n", static_cast<int>(code));
+    state.object.path.Clear();
+    state.object.file.Forget();
     return scope.Ok();
 }
 
@@ -88,19 +152,19 @@ DWORD __cdecl TARVO_AddRollbackEntry(const char* section, const char* entry, con
 {
     FunctionScope scope("TARVO_AddRollbackEntry", 0);
     if (single) {
-        TracePrint(kInfo, 1, "Single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n", recordingFile.Get(),
+        TracePrint(kInfo, 1, "Single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n", state.object.path.Get(),
                    Shown(section), Shown(entry), Shown(value));
     } else {
-        TracePrint(kInfo, 1, "Not single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n", recordingFile.Get(),
-                   Shown(section), Shown(value), "1");
+        TracePrint(kInfo, 1, "Not single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n",
+                   state.object.path.Get(), Shown(section), Shown(value), "1");
     }
     // The INI writer takes NULL as the order to drop a line, or the whole section.
     if (!section || !value || (single && !entry))
         return scope.Error(ERROR_INVALID_PARAMETER);
     if (single)
-        WriteLine(section, entry, value);
+        WriteLine({section, entry, value, KeyEnd::kFirstEquals});
     else
-        WriteLine(section, value, "1");
+        WriteItem(section, value);
     return scope.Ok();
 }
 

@@ -6,6 +6,7 @@
 #include "files/path_utils.h"
 #include "frame/scope.h"
 #include "tarvo/tarvo.h"
+#include "uninstall/log_file.h"
 #include "uninstall/recording.h"
 
 namespace tarvo {
@@ -19,7 +20,7 @@ DWORD OpenLog(const char* file)
         return ERROR_INVALID_PARAMETER;
     if (!IsPathExist(file, 0))
         return ERROR_FILE_NOT_FOUND;
-    logFile.SetCut(file);
+    KeepLogName(file, logFile);
     return ERROR_SUCCESS;
 }
 

@@ -32,7 +32,7 @@ main() {
     [[ -d $drive/$program_files ]] || program_files='Program Files'
     folder=$drive/$program_files/Harbour/Lantern
     folder_in_windows="C:\\$program_files\\Harbour\\Lantern"
-    uninstall_log=$drive/ProgramData/Lantern-uninstall.log
+    uninstall_log=$folder/uninstall.log
     shortcut="$drive/ProgramData/Microsoft/Windows/Start Menu/Programs/Lantern/Lantern.lnk"
 
     look_at_new_machine
@@ -158,7 +158,7 @@ restart_into_version_2() {
     restart
     check "the pending list is used up" is "" "$(pending)"
     check "the new program is in place, nothing beside it" \
-        is "$(sorted data keeper.exe lantern.exe words.txt "${own_files[@]}")" "$(names_below "$folder")"
+        is "$(sorted data keeper.exe lantern.exe uninstall.log words.txt "${own_files[@]}")" "$(names_below "$folder")"
     check "the old library is gone, program and data are those of version 2" installed_is lantern-2.exe keeper-2.exe words-2.txt
     check "the service was started with the machine" is "Lantern Keeper 2" "$(running_keeper)"
     start_program
@@ -187,6 +187,7 @@ uninstall() {
             has_line "\\??\\$folder_in_windows\\$name -> (deleted)" "$(pending)"
     done
     check "their folder is to be deleted" has_line "\\??\\$folder_in_windows -> (deleted)" "$(pending)"
+    check "and the one above it" has_line "\\??\\${folder_in_windows%\\*} -> (deleted)" "$(pending)"
 }
 
 restart_into_nothing() {
