@@ -68,6 +68,12 @@ bool IsAddress(DWORD number)
                               reinterpret_cast<char*>(number), &module);
 }
 
+/** Words such as AddAce, small numbers and masks of one byte are no addresses, whatever may lie there. */
+bool IsWordOrMask(const std::string& digits, DWORD number)
+{
+    return digits.find_first_of("0123456789") == digits.npos || number <= 0xFFFF || (number & 0xFFFFFF) == 0;
+}
+
 std::string Join(const std::vector<std::string>& texts, const char* between)
 {
     std::string joined;
@@ -258,7 +264,8 @@ std::string Stage::HideNumbers(const std::string& text) const
             const auto named = hidden_.find(number);
             if (named != hidden_.end())
                 shown = named->second;
-            else if (shown[0] != '<' && number > 0xFFFF && IsAddress(number))
+            else if (base == 16 && shown[0] != '<' && !IsWordOrMask(digits, number) &&
+                     (at == 0 || text[at - 1] != '-') && IsAddress(number))
                 shown = "<address>";
         }
         result += shown;

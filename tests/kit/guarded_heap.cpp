@@ -184,9 +184,9 @@ bool GuardedHeap::FailureHappened() const
     return failing && allocations >= failing;
 }
 
-bool GuardedHeap::Owns(const void* block)
+bool GuardedHeap::Owns(const void* address)
 {
-    return live.count(const_cast<void*>(block)) != 0;
+    return region.Contains(address);
 }
 
 std::string GuardedHeap::Leaks() const
