@@ -221,7 +221,9 @@ DWORD EndRegistration(FunctionScope& scope, const CalledCopy& copy)
     if (const DWORD code = key.Open(HKEY_LOCAL_MACHINE, kDelayLoadingKey, kReadWrite))
         return scope.Error("RegOpenKeyEx failed", code);
     TracePrint(kInfo, 1, "%s", "Key is opened.\n");
-    return scope.End(AddCopy(key, copy));
+    const DWORD code = AddCopy(key, copy);
+    key.Close();
+    return scope.End(code);
 }
 
 DWORD Unregister(const CalledCopy& copy)

@@ -49,15 +49,17 @@ DWORD DeleteKey(FunctionScope& scope, RegistryKey& key, const RecordedEntry& ent
 {
     if (SubkeyOrValueUnderKeyExist(key.Handle())) {
         TracePrint(kWarning, 2, "%s", "Subkey or value exist under the specified key.\n");
+        key.Close();
         return scope.Error("Subkey or value exist under the specified key", ERROR_DIR_NOT_EMPTY);
     }
     key.Close();
     return EndDeletion(scope, DeleteKeyIn(view, entry.mainKey, entry.subkey), "Error deleting registry key");
 }
 
-DWORD DeleteValue(FunctionScope& scope, const RegistryKey& key, const RecordedEntry& entry)
+DWORD DeleteValue(FunctionScope& scope, RegistryKey& key, const RecordedEntry& entry)
 {
     const LSTATUS code = RegDeleteValueA(key.Handle(), entry.valueName);
+    key.Close();
     return EndDeletion(scope, static_cast<DWORD>(code), "Error deleting registry value.");
 }
 

@@ -185,9 +185,12 @@ DWORD __cdecl TARVO_ChangeServiceConfig2(const char* machine, const char* servic
     ServiceCall call("TARVO_ChangeServiceConfig2");
     TracePrint(kInfo, 1, "Called with [%s] [%s] [%d] [%d]\n", Shown(machine), Shown(service), static_cast<int>(level),
                static_cast<int>(information));
-    return call.End(call.Run(machine, service, kChangeAccess, [&](Service& opened) {
+    const DWORD code = call.Run(machine, service, kChangeAccess, [&](Service& opened) {
         return opened.ChangeConfig2(level, reinterpret_cast<void*>(information));
-    }));
+    });
+    if (code == ERROR_SUCCESS)
+        call.Manager().Close();
+    return call.End(code);
 }
 
 DWORD __cdecl TARVO_GetServiceConfig(const char* machine, const char* service, DWORD* startType, DWORD* interactive,

@@ -43,6 +43,7 @@ HRESULT SetProperties(IShellLinkA& object, const ShortcutProperties& link)
 
 HRESULT SaveLink(const ShortcutProperties& link, const char* linkFile)
 {
+    const ComSession com;
     WideText wideFile;
     if (!wideFile.FromAnsi(linkFile))
         return E_OUTOFMEMORY;
@@ -65,7 +66,6 @@ HRESULT SaveLink(const ShortcutProperties& link, const char* linkFile)
 HRESULT CreateShortcut(const ShortcutProperties& link, const char* linkFile)
 {
     FunctionScope scope("CreateShortcut", 0);
-    const ComSession com;
     const HRESULT result = SaveLink(link, linkFile);
     if (FAILED(result))
         scope.Error("Failed to create shortcut", static_cast<DWORD>(result));

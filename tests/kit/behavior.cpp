@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <regex>
 #include <stdexcept>
 
 #include "kit/trace_log.h"
@@ -68,10 +69,10 @@ bool IsAddress(DWORD number)
                               reinterpret_cast<char*>(number), &module);
 }
 
-/** Words such as AddAce, small numbers and masks of one byte are no addresses, whatever may lie there. */
-bool IsWordOrMask(const std::string& digits, DWORD number)
+/** Small numbers and masks of the highest byte are no addresses, whatever may lie there. */
+bool IsMask(unsigned long long number)
 {
-    return digits.find_first_of("0123456789") == digits.npos || number <= 0xFFFF || (number & 0xFFFFFF) == 0;
+    return number <= 0xFFFF || number > MAXDWORD || (number & 0xFFFFFF) == 0;
 }
 
 std::string Join(const std::vector<std::string>& texts, const char* between)
@@ -112,6 +113,37 @@ std::string Recorded()
             entries.push_back(section + " " + line);
     }
     return Join(entries, "; ");
+}
+
+std::string ShowFile(const std::string& path)
+{
+    try {
+        return Quoted(ReadFile(path));
+    } catch (const std::exception&) {
+        return "locked";
+    }
+}
+
+/** Adds all that is below a folder, as "name "content"" and "name\", in the order of names. */
+void ListFolder(const std::string& folder, const std::string& below, std::vector<std::string>& list)
+{
+    std::map<std::string, DWORD> names;
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((folder + "\\" + below + "*").c_str(), &found);
+    for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileA(search, &found)) {
+        if (strcmp(found.cFileName, ".") != 0 && strcmp(found.cFileName, "..") != 0)
+            names[below + found.cFileName] = found.dwFileAttributes;
+    }
+    FindClose(search);
+    for (const auto& [name, attributes] : names) {
+        const char* const readOnly = attributes & FILE_ATTRIBUTE_READONLY ? " (read-only)" : "";
+        if (attributes & FILE_ATTRIBUTE_DIRECTORY) {
+            list.push_back(name + "\\" + readOnly);
+            ListFolder(folder, name + "\\", list);
+        } else {
+            list.push_back(name + readOnly + " " + ShowFile(folder + "\\" + name));
+        }
+    }
 }
 
 void ClearTheStage()
@@ -234,6 +266,13 @@ void Stage::TellFile(const std::string& path)
     Tell(path, FileExists(path) ? Quoted(ReadFile(path)) : "none");
 }
 
+void Stage::TellFolder()
+{
+    std::vector<std::string> list;
+    ListFolder(kFolder, "", list);
+    Tell("folder", list);
+}
+
 void Stage::TellPending()
 {
     std::vector<std::string> pairs;
@@ -242,36 +281,34 @@ void Stage::TellPending()
     Tell("pending", pairs.empty() ? (PendingValue::ReadRaw() ? "empty" : "none") : Join(pairs, "; "));
 }
 
+/** A number stands alone in brackets or an argument list, or behind "0x". */
 std::string Stage::HideNumbers(const std::string& text) const
 {
+    static const std::regex number(R"((\[|\(|,|0x)([0-9A-Fa-f]{4,10})(?=[\]),-]|$))");
     std::string result;
-    for (size_t at = 0; at < text.size();) {
-        const bool hex = text.compare(at, 2, "0x") == 0;
-        const size_t begin = at + (hex ? 2 : 0);
-        const size_t end = std::min(text.find_first_not_of("0123456789abcdefABCDEF", begin), text.size());
-        const bool whole = (at == 0 || !isalnum(static_cast<unsigned char>(text[at - 1]))) &&
-                           (end == text.size() || !isalnum(static_cast<unsigned char>(text[end])));
-        if (!whole || end - begin < 4 || end - begin > 10) {
-            const size_t next = std::max(end, at + 1);
-            result += text.substr(at, next - at);
-            at = next;
-            continue;
+    size_t done = 0;
+    for (std::sregex_iterator match(text.begin(), text.end(), number); match != std::sregex_iterator(); ++match) {
+        const bool hexOnly = (*match)[1] == "0x";
+        for (const int base : hexOnly ? std::vector<int>{16} : std::vector<int>{16, 10}) {
+            const std::string name = NameOf(strtoull((*match)[2].str().c_str(), nullptr, base));
+            if (name.empty())
+                continue;
+            const auto begin = static_cast<size_t>(match->position(hexOnly ? 0 : 2));
+            result += text.substr(done, begin - done) + name;
+            done = static_cast<size_t>(match->position() + match->length());
+            break;
         }
-        const std::string digits = text.substr(begin, end - begin);
-        std::string shown = text.substr(at, end - at);
-        for (const int base : {16, 10}) {
-            const auto number = static_cast<DWORD>(strtoull(digits.c_str(), nullptr, base));
-            const auto named = hidden_.find(number);
-            if (named != hidden_.end())
-                shown = named->second;
-            else if (base == 16 && shown[0] != '<' && !IsWordOrMask(digits, number) &&
-                     (at == 0 || text[at - 1] != '-') && IsAddress(number))
-                shown = "<address>";
-        }
-        result += shown;
-        at = end;
     }
-    return result;
+    return result + text.substr(done);
+}
+
+/** @return what a number is called that differs from run to run; "" for any other */
+std::string Stage::NameOf(unsigned long long number) const
+{
+    const auto named = hidden_.find(static_cast<DWORD>(number));
+    if (number > MAXDWORD || named == hidden_.end())
+        return IsMask(number) || !IsAddress(static_cast<DWORD>(number)) ? "" : "<address>";
+    return named->second;
 }
 
 std::string Stage::Stable(std::string text) const
@@ -300,7 +337,8 @@ void Stage::Begin(const void* function, const std::string& arguments)
         beforeCall_();
     notes_.push_back({recorder_.Events().size(), Stable(Library::NameOf(function) + "(" + arguments + ")"), false});
     beforeCall_ = nullptr;
-    recorder_.Start(library_);
+    if (!brief_)
+        recorder_.Start(library_);
 }
 
 std::string Stage::ErrorText(DWORD code) const
@@ -329,7 +367,9 @@ void Stage::End(const char* kind, const DWORD* result)
     for (const OutPlace* place : given_)
         line += (line.empty() ? "" : ", ") + place->Show();
     given_.clear();
-    if (!line.empty())
+    if (brief_)
+        notes_.back() = {notes_.back().event, notes_.back().text + Stable(" " + line), true};
+    else if (!line.empty())
         Add(line);
 }
 
@@ -426,14 +466,16 @@ BehaviorTest::Outcome BehaviorTest::Run(const Body& body, const Ways& ways, int 
     Reload();
     ClearTheStage();
     DeleteFileA(LogPath().c_str());
-    if (threshold != kNoLog) {
+    if (ways.ownLog) {
+        DeleteFileA(ConfigPath().c_str());
+    } else if (threshold != kNoLog) {
         WriteFile(ConfigPath(), "tl=" + std::to_string(threshold) + "\n");
         TARVO_StartDebugLogging2();
     }
     if (ways.records)
         TARVO_StartUninstallLogging(kUninstallLog, nullptr);
 
-    Recorder recorder(LogPath());
+    Recorder recorder(ways.ownLog ? "" : LogPath());
     recorder.FailCall(failingCall, ways.code);
     recorder.sleeps = ways.sleeps;
     recorder.unfolded = ways.unfolded;
@@ -458,7 +500,9 @@ using Numbers = std::vector<size_t>;
 /** A folded block shows the first line in it that was wanted. */
 std::string_view WithoutFirstLine(std::string_view line)
 {
-    return line.starts_with("{ TARVO_") && line.ends_with(" }") ? line.substr(0, line.find(':')) : line;
+    if (!line.starts_with("{ TARVO_") || !line.ends_with(" }"))
+        return line;
+    return line.substr(0, std::min(line.find(':'), line.size() - 2)); // it may be without one
 }
 
 /** @return for each line of whole, whether it is in part, a part of it in the same order: the longest that fits. */
@@ -488,6 +532,8 @@ template <class Lines> std::vector<bool> FindIn(const Lines& whole, const Lines&
 
 void BehaviorTest::FindDetails(const Body& body, const Ways& ways, Outcome& outcome, int call, unsigned allocation)
 {
+    if (ways.ownLog)
+        return; // the recorder takes no lines
     for (auto& line : outcome.lines)
         line.detail = 3;
     for (const int threshold : {2, 1, 0}) {
@@ -565,6 +611,8 @@ std::string BehaviorTest::Describe(const Body& body, const Ways& ways)
 std::string BehaviorTest::DescribeSilence(const Body& body, Ways ways, const Outcome& whole)
 {
     std::string text;
+    if (ways.ownLog)
+        return text;
     const Outcome silent = Run(body, ways, kNoLog, -1, 0);
     if (silent.Results() != whole.Results() || silent.recorded != whole.recorded)
         text += "without a log: " + Join(silent.Results(), " | ") + " | recorded: " + silent.recorded + "\n";

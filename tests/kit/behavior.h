@@ -68,12 +68,21 @@ public:
         }
     }
 
+    /** As Call, but writes down the results alone, in one line: for the further rows of a table. */
+    template <class... Arguments> void Check(Arguments&&... arguments)
+    {
+        brief_ = true;
+        Call(std::forward<Arguments>(arguments)...);
+        brief_ = false;
+    }
+
     /** A further fact, found by the case itself, for the record. */
     void Tell(const std::string& label, const std::string& fact) { Add(label + ": " + fact); }
     void Tell(const std::string& label, const std::vector<std::string>& facts);
     /** Tells a value of the registry, the content of a file, what is in a folder, the pending value. */
     void TellValue(const std::string& key, const std::string& name, View view = View::kOwn);
     void TellFile(const std::string& path);
+    void TellFolder();
     void TellPending();
 
     /** A number, such as an address or a window, that the log shows and that differs from run to run. */
@@ -99,15 +108,17 @@ private:
         if constexpr (std::is_same_v<std::decay_t<Given>, OutPlace>) {
             given_.push_back(&given);
             return given.Label();
-        } else if constexpr (std::is_same_v<std::decay_t<Given>, std::nullptr_t>)
+        } else if constexpr (std::is_same_v<std::decay_t<Given>, std::string>) {
+            return Quoted(given);
+        } else if constexpr (std::is_null_pointer_v<std::decay_t<Given>>) {
             return "null";
-        else if constexpr (std::is_convertible_v<Given, std::string_view>)
-            return given == nullptr_text(given) ? "null" : Quoted(given);
-        else
-            return ShowNumber(static_cast<long long>((long long)given));
+        } else if constexpr (std::is_convertible_v<Given, const char*>) {
+            const char* const text = given;
+            return text ? Quoted(text) : "null";
+        } else {
+            return ShowNumber((long long)given);
+        }
     }
-    static const char* nullptr_text(const char* text) { return text ? "" : text; }
-    static std::string nullptr_text(const std::string&) { return "\x01"; }
     static std::string ShowNumber(long long number);
 
     template <class Parameter, class Given> static Parameter Pass(Given& given)
@@ -122,11 +133,13 @@ private:
     void End(const char* kind, const DWORD* result);
     void Add(const std::string& line);
     std::string HideNumbers(const std::string& text) const;
+    std::string NameOf(unsigned long long number) const;
     std::string ErrorText(DWORD code) const;
 
     Recorder& recorder_;
     HMODULE library_;
     std::function<void()> beforeCall_;
+    bool brief_ = false;
     std::deque<OutPlace> outs_;
     std::vector<const OutPlace*> given_; // to the present call
     std::map<DWORD, std::string> hidden_;
@@ -164,6 +177,7 @@ protected:
         bool silentCalls = false;     // the platform calls are compared with those without a log
         bool unfolded = false;        // exports that another one calls in full
         bool sleeps = false;          // sleeps take their time
+        bool ownLog = false;          // the case starts the log itself: what is done with it are calls like others
         DWORD code = ERROR_IO_DEVICE; // with which platform calls fail: one that nobody treats of its own
     };
 

@@ -28,8 +28,8 @@ public:
     /** @return whether the allocation that FailAllocation named was asked for. */
     bool FailureHappened() const;
 
-    /** @return whether a live block begins there. */
-    static bool Owns(const void* block);
+    /** @return whether a block lies or lay there. */
+    static bool Owns(const void* address);
 
     /** @return a line for each live block, size and number of its allocation; "" without any. */
     std::string Leaks() const;

@@ -168,8 +168,10 @@ void Recorder::FailCall(int n, DWORD code)
     failure_ = code;
 }
 
-bool Recorder::IsLog(DWORD file) const
+bool Recorder::IsLog(DWORD file)
 {
+    if (file && file == logHandle_)
+        return true; // asking the system for each line would take most of a run's time
     // A handle's path is not told by every Windows; what a file is, is.
     BY_HANDLE_FILE_INFORMATION given = {};
     BY_HANDLE_FILE_INFORMATION log = {};
@@ -178,7 +180,9 @@ bool Recorder::IsLog(DWORD file) const
     const bool both =
         GetFileInformationByHandle(reinterpret_cast<HANDLE>(file), &given) && GetFileInformationByHandle(opened, &log);
     CloseHandle(opened);
-    return both && given.nFileIndexLow == log.nFileIndexLow && given.nFileIndexHigh == log.nFileIndexHigh;
+    const bool same = both && given.nFileIndexLow == log.nFileIndexLow && given.nFileIndexHigh == log.nFileIndexHigh;
+    logHandle_ = same ? file : logHandle_;
+    return same;
 }
 
 /** @return whether the call writes a line into the log. */
@@ -287,6 +291,9 @@ void Recorder::NameResults(size_t row, const DWORD* arguments, DWORD& result)
 DWORD Recorder::Handle(size_t row, DWORD* arguments)
 {
     const DWORD lastError = GetLastError();
+    static const size_t close = RowOf("CloseHandle");
+    if (row == close && arguments[0] == logHandle_)
+        logHandle_ = 0;
     if (TakeLine(row, arguments)) {
         SetLastError(lastError);
         return Run(row, arguments);

@@ -61,9 +61,10 @@ private:
     bool Listed(size_t row, const DWORD* arguments) const;
     DWORD Run(size_t row, const DWORD* arguments);
     void NameResults(size_t row, const DWORD* arguments, DWORD& result);
-    bool IsLog(DWORD file) const;
+    bool IsLog(DWORD file);
 
     std::string log_;
+    DWORD logHandle_ = 0; // while it is known and open
     std::vector<std::unique_ptr<ImportPatch>> patches_;
     std::vector<Event> events_;
     HandleNames names_;

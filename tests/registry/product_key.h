@@ -3,27 +3,31 @@
 #include "uninstall/log_file.h"
 
 inline constexpr char kProductKey[] = "Software\\Norrin Vale\\Velmora";
+inline constexpr char kListsKey[] = "SOFTWARE\\Norrin Vale\\Velmora\\Delay Loading";
 
-/** Begins and ends without any key of the product family, and records what is created. */
+/** Begins and ends without any key of the product family. */
+class NoProductKeys {
+public:
+    NoProductKeys() { Remove(); }
+    ~NoProductKeys() { Remove(); }
+    NoProductKeys(const NoProductKeys&) = delete;
+    NoProductKeys& operator=(const NoProductKeys&) = delete;
+
+private:
+    static void Remove()
+    {
+        kit::RemoveKeyTree(kProductKey, kit::View::kOwn);
+        RegDeleteKeyA(HKEY_LOCAL_MACHINE, "Software\\Norrin Vale"); // only if it is empty
+    }
+};
+
+/** A test that begins and ends so, and records what is created. */
 class ProductKeyTest : public kit::LibraryTest {
 protected:
     void SetUp() override
     {
-        RemoveKeys();
         LibraryTest::SetUp();
         log_ = Record();
-    }
-
-    void TearDown() override
-    {
-        LibraryTest::TearDown();
-        RemoveKeys();
-    }
-
-    static void RemoveKeys()
-    {
-        kit::RemoveKeyTree(kProductKey, kit::View::kOwn);
-        RegDeleteKeyA(HKEY_LOCAL_MACHINE, "Software\\Norrin Vale"); // only if it is empty
     }
 
     std::vector<std::string> RecordedEntries() const { return SectionLines(log_, "Registry entries"); }
@@ -37,5 +41,15 @@ protected:
         EXPECT_EQ(0U, TARVO_CloseRollBackLog());
     }
 
+    NoProductKeys none_;
     std::string log_;
 };
+
+/** @return the texts as a value of the registry has them. */
+inline kit::RegistryValue TextList(const std::vector<std::string>& texts)
+{
+    std::string list;
+    for (const std::string& text : texts)
+        list += text + '\0';
+    return {REG_MULTI_SZ, list + '\0'};
+}

@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "kit/kit.h"
 
@@ -24,15 +26,16 @@ public:
 
     const char* Name() const { return name_.c_str(); }
 
+    /** @param mode  "" for a program that is not there. */
     void Install(const std::string& mode, DWORD type = SERVICE_WIN32_OWN_PROCESS);
 
-    /** Starts it and waits until it is in that state. */
-    void Start(DWORD state = SERVICE_RUNNING);
+    /** Starts it and waits until it runs. */
+    void Start();
 
     bool Exists() const;
 
     /** Waits: the manager keeps a removed service until it has stopped. @return whether it is gone */
-    bool IsGone() const;
+    bool IsGone() const { return Reaches(0); }
 
     /** @return the state, or 0 without such a service. */
     DWORD State() const;
@@ -50,31 +53,31 @@ private:
     kit::ScratchFolder folder_;
 };
 
-/** The DLL's clock: a sleep moves it on and takes no time. */
-class FakeClock {
+/**
+ * Stands in for services as the DLL sees them: any can be opened and takes every
+ * order; each question tells the next of the states, in the end the last again and
+ * again, and moves the clock on. No sleep takes time.
+ */
+class PlayedService {
 public:
-    explicit FakeClock(DWORD start) : now_(start), ticks_("GetTickCount", &GetTickCount), sleeps_("Sleep", &Sleep)
+    explicit PlayedService(std::vector<DWORD> states = {SERVICE_RUNNING}, DWORD clock = 0, DWORD step = 1000)
     {
-        ticks_.Answer([this] { return now_; });
-        sleeps_.Answer([this](DWORD milliseconds) {
-            now_ += milliseconds;
-            pauses_ += milliseconds == 1000 ? "s" : std::to_string(milliseconds) + " ";
+        open_.Answer([](auto...) { return OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT); }); // can be closed
+        query_.Answer([=, this](SC_HANDLE, SERVICE_STATUS* status) {
+            constexpr DWORD kType = SERVICE_WIN32_OWN_PROCESS | SERVICE_INTERACTIVE_PROCESS;
+            *status = {kType, states[std::min(asked_++, states.size() - 1)], 0, 55, 0, 0, 0};
+            return TRUE;
         });
+        ticks_.Answer([=, this] { return clock + step * static_cast<DWORD>(asked_ ? asked_ - 1 : 0); });
     }
 
-    /** @return the pauses in a row: "s" for a second, milliseconds for others. */
-    const std::string& Pauses() const { return pauses_; }
-
 private:
-    DWORD now_;
-    std::string pauses_;
-    kit::ImportHook<decltype(&GetTickCount)> ticks_;
-    kit::ImportHook<decltype(&Sleep)> sleeps_;
+    size_t asked_ = 0;
+    kit::ImportHook<decltype(&OpenServiceA)> open_{"OpenServiceA", &OpenServiceA};
+    kit::ImportHook<decltype(&QueryServiceStatus)> query_{"QueryServiceStatus", &QueryServiceStatus};
+    kit::ImportHook<decltype(&StartServiceA)> start_{"StartServiceA", &StartServiceA, 0, TRUE};
+    kit::ImportHook<decltype(&ControlService)> control_{"ControlService", &ControlService, 0, TRUE};
+    kit::ImportHook<decltype(&DeleteService)> delete_{"DeleteService", &DeleteService, 0, TRUE};
+    kit::ImportHook<decltype(&GetTickCount)> ticks_{"GetTickCount", &GetTickCount};
+    kit::ImportHook<decltype(&Sleep)> sleep_{"Sleep", &Sleep, 0, 0};
 };
-
-/** A service as the system tells it, one line: "type 16 start 3 error 0 path [..] account [..] display [..]". */
-std::string ConfigOf(const char* service);
-std::string DescriptionOf(const char* service);
-
-/** @return the system's text for a code with its line end, as the objects of the service exports report it. */
-std::string SystemTextWithLineEnd(DWORD code);

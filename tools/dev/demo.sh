@@ -263,9 +263,10 @@ registry() {
     windows reg query "$2" /v "$3" "/reg:$1" | tr -d '\r' | sed -n 's/^ .*    REG_[A-Z_]*    //p' || true
 }
 
-# What the shortcut starts, by a reader that knows nothing of Windows' own.
+# What the shortcut starts, by a reader that knows nothing of Windows' own. From
+# Debian 13 on it doubles backslashes.
 link_target() {
-    lnkinfo "$shortcut" | sed -nE 's/^\t(Local path|Command line arguments)\s*: //p' | paste -sd ' '
+    lnkinfo "$shortcut" | sed -nE '/^\t(Local path|Command line arguments)\s*: /{s///;s/\\\\/\\/g;p}' | paste -sd ' '
 }
 
 # The display name of the product's service while it runs.

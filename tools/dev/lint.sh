@@ -6,12 +6,29 @@ lint() {
     check_format || status=1
     check_shell || status=1
     run_clang_tidy "$@" || status=1
+    tell_share_of_tests
     return "$status"
 }
 
 project_files() {
     git -c safe.directory="$root" -C "$root" ls-files -z --cached --others --exclude-standard -- "$@"
 }
+
+# Among the lines of code that are tracked; records of results do not count.
+tell_share_of_tests() {
+    local all tests
+    all=$(lines_of_code src include package bench examples tools dev cmake tests)
+    tests=$(lines_of_code tests tools/viewer-test)
+    echo "tests: $tests of $all lines of code, $((100 * tests / all)) %"
+}
+
+# lines_of_code PATH...
+lines_of_code() (
+    cd "$root"
+    git -c safe.directory="$root" ls-files -z -- "$@" |
+        grep -zE '\.(c|cc|cpp|h|hpp|py|sh|ns[ih]|iss|html|m?js|cmake|def|rc|s)$|(^|/)CMakeLists\.txt$|^dev$' |
+        xargs -0 cat | wc -l
+)
 
 check_format() {
     (cd "$root" && project_files '*.h' '*.cpp' | xargs -0 -r clang-format --dry-run -Werror)

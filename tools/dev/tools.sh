@@ -8,6 +8,7 @@ readonly build_tools=(
     ninja:ninja-build
     i686-w64-mingw32-g++-posix:g++-mingw-w64-i686-posix
     /usr/src/googletest/CMakeLists.txt:googletest
+    /usr/share/i18n/locales/ja_JP:locales
     makensis:nsis
     clang:clang
     lld-link:lld

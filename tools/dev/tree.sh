@@ -51,7 +51,7 @@ need_tree() {
     local packages tree
     mkdir -p "$cache"
     mapfile -t packages < <("tree_packages_$1"; emulator_packages)
-    tree=$cache/wine-$(digest "${packages[@]}" "$(declare -f build_tree unpack_package finish_tree link_alternatives)" "${tree_links[@]}")
+    tree=$cache/wine-$(digest "$(debian_codename)" "${packages[@]}" "$(declare -f build_tree unpack_package finish_tree link_alternatives)" "${tree_links[@]}")
     [[ -d $tree ]] || with_lock tree build_tree "$tree" "${packages[@]}" >&2 || return 1
     echo "$tree"
 }

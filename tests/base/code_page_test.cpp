@@ -1,0 +1,184 @@
+// Names in code pages of more than one byte a character: what is made of them is looked at in wide characters.
+
+#include "registry/product_key.h"
+
+namespace {
+
+using kit::PendingValue;
+
+/** A name in a code page, and the same in wide characters: as it is, and in small letters. */
+struct Name {
+    UINT codePage;
+    std::string text;
+    std::wstring wide;
+    std::wstring lower;
+};
+
+const Name kNames[] = {
+    {932, "\x83\x5C", L"\x30BD", L"\x30BD"}, // a backslash as second byte
+    {932, "\x95\x5C\x83\x5C", L"\x8868\x30BD", L"\x8868\x30BD"},
+    {932, "\xE0\x5C", L"\x6FEC", L"\x6FEC"}, // of the second range of first bytes
+    {932,
+     "\xFA\x5C"
+     "x",
+     L"\x7E8Ax", L"\x7E8Ax"},
+    {932, "\x83\x7C", L"\x30DD", L"\x30DD"},                     // a bar
+    {932, "\x83\x5Dx", L"\x30BEx", L"\x30BEx"},                  // a closing bracket
+    {932, "\x83\x41", L"\x30A2", L"\x30A2"},                     // a letter with another case, a different character
+    {932, "\x82\x60\x82\x60", L"\xFF21\xFF21", L"\xFF41\xFF41"}, // a letter itself
+    {932, "\x84\x40", L"\x0410", L"\x0430"},
+    {932, "\x88\x9F", L"\x4E9C", L"\x4E9C"}, // both bytes can be first ones
+    {932, "\x81\x81\x81\x81", L"\xFF1D\xFF1D", L"\xFF1D\xFF1D"},
+    {932, "\xB1", L"\xFF71", L"\xFF71"}, // one byte
+    {CP_UTF8, "\xE6\x97\xA5\xE6\x9C\xAC", L"\x65E5\x672C", L"\x65E5\x672C"},
+    {CP_UTF8, "\xE0\xB8\x81", L"\x0E01", L"\x0E01"},
+};
+
+std::wstring Wide(const std::string& ascii)
+{
+    return {ascii.begin(), ascii.end()};
+}
+
+std::wstring ReadText(const std::wstring& key, const std::wstring& name)
+{
+    wchar_t text[300] = L"none";
+    DWORD size = sizeof text;
+    RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), name.c_str(), RRF_RT_REG_SZ | RRF_RT_REG_MULTI_SZ, nullptr, text,
+                 &size);
+    return text;
+}
+
+bool Exists(const std::wstring& path)
+{
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+class CodePages : public ProductKeyTest {
+protected:
+    void SetUp() override
+    {
+        ProductKeyTest::SetUp();
+        PendingValue::Write({});
+        for (const Name& name : kNames) {
+            if (name.codePage == GetACP())
+                names_.push_back(name);
+        }
+        ASSERT_FALSE(names_.empty()) << "the code page is " << GetACP();
+    }
+
+    /** Removes what was recorded, and begins to record again. */
+    void Replay(DWORD operation)
+    {
+        EXPECT_EQ(0U, TARVO_StopUninstallLogging());
+        EXPECT_EQ(0U, TARVO_OpenRollBackLog(log_.c_str()));
+        EXPECT_EQ(0U, TARVO_PerformUnInstall(operation));
+        EXPECT_EQ(0U, TARVO_CloseRollBackLog());
+        DeleteFileA(log_.c_str());
+        Record();
+    }
+
+    std::vector<Name> names_;
+};
+
+TEST_F(CodePages, PendingPairsAreStoredAndFound)
+{
+    for (const Name& name : names_) {
+        SCOPED_TRACE(name.text);
+        const std::wstring pair = L"\\??\\C:\\" + name.wide + L'\0' + L"!\\??\\C:\\x\\" + name.wide + L'\0' + L'\0';
+        EXPECT_EQ(0U, TARVO_RenameAfterReboot(("C:\\" + name.text + "\\").c_str(),
+                                              ("C:\\x\\.\\y\\..\\" + name.text).c_str()));
+        EXPECT_EQ(pair, PendingValue::ReadRaw()->units);
+        char found[MAX_PATH] = {};
+        EXPECT_EQ(0U, TARVO_FindSourceInPFOs(("C:\\" + name.text + "\\..\\x\\" + name.text).c_str(), found, MAX_PATH));
+        EXPECT_EQ("C:\\" + name.text, found);
+        EXPECT_EQ(0U, TARVO_RemovePendingFileOperation(("c:\\" + name.text).c_str(), nullptr));
+        EXPECT_EQ((std::wstring(1, L'\0')), PendingValue::ReadRaw()->units);
+    }
+}
+
+TEST_F(CodePages, FoldersAreMadeAndRemoved)
+{
+    for (const Name& name : names_) {
+        SCOPED_TRACE(name.text);
+        const std::wstring folder = Wide(Scratch().Path()) + L"\\" + name.wide;
+        EXPECT_EQ(0U, TARVO_CreateDirectory(Scratch().Path(name.text + "/" + name.text).c_str()));
+        EXPECT_TRUE(Exists(folder + L"\\" + name.wide));
+        Replay(TARVO_UNINSTALL_FILES);
+        EXPECT_FALSE(Exists(folder));
+        CreateDirectoryW(folder.c_str(), nullptr);
+        EXPECT_EQ(0U, TARVO_CopyFile(Scratch().Make("file").c_str(),
+                                     Scratch().Path(name.text + "\\" + name.text).c_str(), TRUE));
+        EXPECT_TRUE(Exists(folder + L"\\" + name.wide));
+        Replay(TARVO_UNINSTALL_FILES);
+        EXPECT_FALSE(Exists(folder)) << "it goes with its file";
+    }
+}
+
+TEST_F(CodePages, KeysAndValuesAreMadeAndRemoved)
+{
+    for (const Name& name : names_) {
+        SCOPED_TRACE(name.text);
+        const std::string key = Key().Locator("k\\" + name.text + "\\" + name.text);
+        const std::wstring path = Wide(Key().Path("k")) + L"\\" + name.wide + L"\\" + name.wide;
+        EXPECT_EQ(0U, TARVO_CreateRegistryEntry((key + "\\\\" + name.text + "|" + name.text).c_str(), REG_SZ, FALSE));
+        EXPECT_EQ(name.wide, ReadText(path, name.wide));
+        const kit::TraceLog trace(Scratch().Path("trace.log"));
+        EXPECT_EQ(0U, TARVO_CreateRegistryEntry((key + "\\\\x|y").c_str(), REG_SZ, FALSE));
+        EXPECT_EQ(6U, trace.Count("already exists")) << "a line for each level";
+        EXPECT_EQ(87U, TARVO_CreateRegistryEntry((key + "\\x|data").c_str(), REG_SZ, FALSE)) << "no two backslashes";
+        Replay(TARVO_UNINSTALL_REGISTRY);
+        EXPECT_EQ(L"none", ReadText(path, name.wide));
+        EXPECT_FALSE(kit::KeyExists(Key().Path("k")));
+    }
+}
+
+TEST_F(CodePages, RegistrationsTakePathsApartAndPutThemTogether)
+{
+    const std::wstring product = Wide(kProductKey);
+    for (const Name& name : names_) {
+        SCOPED_TRACE(name.text);
+        EXPECT_EQ(0U, TARVO_RegisterLocalizationResource(("C:\\" + name.text).c_str(), name.text.c_str()));
+        EXPECT_EQ(L"C:\\" + name.wide + L"\\" + name.wide, ReadText(product + L"\\Localization", name.wide));
+        EXPECT_EQ(0U, TARVO_RegisterDelayLoadLibrary(("C:\\" + name.text + "\\" + name.text).c_str()));
+        EXPECT_EQ(L"c:\\" + name.lower + L"\\" + name.lower, ReadText(product + L"\\Delay Loading", name.lower));
+    }
+}
+
+TEST_F(CodePages, SectionsAreFoundByTheirNames)
+{
+    const std::string file = Scratch().Path("read.ini");
+    for (const Name& name : names_) {
+        SCOPED_TRACE(name.text);
+        kit::WriteFile(file, "[" + name.text + "\nno header\n[" + name.text + "]\nline\n");
+        char lines[100] = {};
+        DWORD size = sizeof lines;
+        EXPECT_EQ(0U, TARVO_ReadIniFileSection(file.c_str(), name.text.c_str(), lines, &size));
+        EXPECT_STREQ("line", lines);
+    }
+}
+
+TEST_F(CodePages, LengthsCountCharacters)
+{
+    if (GetACP() != 932)
+        return;
+    const std::string four = "\x83\x5C\x83\x5C\x83\x5C\x83\x5C";
+    kit::WriteFile(log_, "[Files]\r\n" + four + "=1\r\nmissing=1\r\n");
+    const kit::TraceLog trace(Scratch().Path("trace.log"));
+    Replay(TARVO_UNINSTALL_FILES);
+    EXPECT_EQ((std::vector<std::string>{"File or directory [missing] does not exist...",
+                                        "File or directory [" + four + "] does not exist..."}),
+              MessagesThatBegin(trace, "File or directory"));
+}
+
+TEST_F(CodePages, HalfACharacterIsOneByItself)
+{
+    if (GetACP() != 932)
+        return;
+    TARVO_SetPFOsImmediateFlush(0); // the value cannot hold it
+    char found[MAX_PATH] = {};
+    EXPECT_EQ(0U, TARVO_RenameAfterReboot("C:\\x\\..\\\x83", nullptr));
+    EXPECT_EQ(2U, TARVO_FindSourceInPFOs("C:\\\x83\x41", found, sizeof found));
+    EXPECT_EQ(0U, TARVO_FindSourceInPFOs("C:\\\x83", found, sizeof found));
+}
+
+} // namespace
