@@ -58,7 +58,7 @@ private:
 /** An item list that the shell's allocator frees. */
 class AllocatedList {
 public:
-    explicit AllocatedList(IMalloc* allocator, LPITEMIDLIST list = nullptr) : allocator_(allocator), list_(list) {}
+    explicit AllocatedList(IMalloc* allocator) : allocator_(allocator) {}
     ~AllocatedList()
     {
         if (list_)
@@ -72,7 +72,7 @@ public:
 
 private:
     IMalloc* allocator_;
-    LPITEMIDLIST list_;
+    LPITEMIDLIST list_ = nullptr;
 };
 
 /** What a caller asks of the browser. */
@@ -156,7 +156,9 @@ DWORD Browse(const FolderQuestion& question, char* folder, IMalloc* allocator)
     const bool isDrivePath = folder[0] && folder[1] == ':';
     const BrowseContext context = {question.title, isDrivePath ? folder : nullptr};
     PathText displayName;
+    AllocatedList chosen(allocator); // the last to go, behind the directory and the root
     AllocatedList root(allocator);
+    const CurrentDirectoryKeeper directory;
     LocateRoot(question, root);
     BROWSEINFOA info = {};
     info.hwndOwner = question.parent;
@@ -167,7 +169,7 @@ DWORD Browse(const FolderQuestion& question, char* folder, IMalloc* allocator)
     info.lpfn = BrowseCallback;
     info.lParam = reinterpret_cast<LPARAM>(&context);
     TracePrint(kInfo, 1, "%s", "Calling SHBrowseForFolder...\n");
-    const AllocatedList chosen(allocator, SHBrowseForFolderA(&info));
+    *chosen.Put() = SHBrowseForFolderA(&info);
     if (!chosen.Get()) {
         TracePrint(kWarning, 1, "%s", "SHBrowseForFolder returned NULL.\n");
         return TARVO_PICKER_CANCELLED;
@@ -186,7 +188,6 @@ DWORD SelectFolder(const FolderQuestion& question, char* folder)
     UniqueCom<IMalloc> allocator;
     if (FAILED(SHGetMalloc(allocator.Put())))
         return ERROR_NOT_ENOUGH_MEMORY;
-    const CurrentDirectoryKeeper directory;
     return Browse(question, folder, allocator.Get());
 }
 

@@ -165,6 +165,7 @@ BOOL BrowseAnsi(HWND owner, const char* title, const char* domain, DWORD flags, 
         TracePrint(kInfo, 2, "Received user=[%s\\%s]\n", buffers.domainSize ? buffers.domain : "",
                    buffers.userSize ? buffers.user : "");
     }
+    TraceReturn(result, cancelled);
     return result;
 }
 
@@ -196,9 +197,7 @@ BOOL OpenUserBrowseDialogA(HWND owner, const char* title, const char* domain, DW
     FunctionScope scope("OpenUserBrowseDialogA", 2);
     TracePrint(kInfo, 3, "Hwnd=[0x%X], Title=[%s], Domain=[%s], flags=[0x%X]\n", reinterpret_cast<unsigned>(owner),
                Shown(title), Shown(domain), static_cast<unsigned>(flags));
-    const BOOL result = BrowseAnsi(owner, title, domain, flags, buffers, cancelled);
-    TraceReturn(result, cancelled);
-    return result;
+    return BrowseAnsi(owner, title, domain, flags, buffers, cancelled);
 }
 
 } // namespace tarvo

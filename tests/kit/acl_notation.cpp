@@ -6,6 +6,7 @@
 #include <sddl.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 namespace acl {
@@ -28,6 +29,27 @@ constexpr struct Flag {
     {"inherited ", INHERITED_ACE},
     {"inherit-only ", OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE | INHERIT_ONLY_ACE},
 };
+
+const std::string kLetters = "S-1-5-21-1-2-3-"; // what the SIDs named by a letter begin with
+constexpr std::string_view kCurrent = "<current>";
+
+std::vector<BYTE> ReadCurrentSid()
+{
+    HANDLE token = nullptr;
+    alignas(TOKEN_USER) BYTE user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE] = {};
+    DWORD size = 0;
+    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token);
+    GetTokenInformation(token, TokenUser, user, sizeof user, &size);
+    CloseHandle(token);
+    const auto* sid = static_cast<const BYTE*>(reinterpret_cast<const TOKEN_USER*>(user)->User.Sid);
+    return {sid, sid + GetLengthSid(const_cast<BYTE*>(sid))};
+}
+
+std::vector<BYTE>& CurrentSid()
+{
+    static std::vector<BYTE> sid = ReadCurrentSid();
+    return sid;
+}
 
 /** Takes a word off the front, if it stands there. */
 bool Take(std::string_view& text, std::string_view word)
@@ -71,8 +93,10 @@ void Append(std::vector<BYTE>& list, std::string_view entry)
 
 std::vector<BYTE> Sid(std::string_view name)
 {
+    if (name == kCurrent)
+        return CurrentSid();
     const std::string text =
-        name.size() == 1 ? "S-1-5-21-1-2-3-" + std::to_string(static_cast<int>(name[0])) : std::string(name);
+        name.size() == 1 ? kLetters + std::to_string(static_cast<int>(name[0])) : std::string(name);
     PSID sid = nullptr;
     if (!ConvertStringSidToSidA(text.c_str(), &sid))
         throw std::invalid_argument("no SID: " + text);
@@ -103,16 +127,15 @@ std::vector<BYTE> Make(std::string_view text)
 std::string DescribeSid(const void* given)
 {
     PSID const sid = const_cast<void*>(given);
-    for (char letter = 'A'; letter <= 'Z'; ++letter) {
-        if (EqualSid(sid, Sid({&letter, 1}).data()))
-            return {letter};
-    }
+    if (EqualSid(sid, CurrentSid().data()))
+        return std::string(kCurrent);
     char* text = nullptr;
     if (!ConvertSidToStringSidA(sid, &text))
         return "?";
-    std::string result = text;
+    const std::string result = text;
     LocalFree(text);
-    return result;
+    const int letter = result.starts_with(kLetters) ? atoi(result.c_str() + kLetters.size()) : 0;
+    return letter >= 'A' && letter <= 'Z' ? std::string(1, static_cast<char>(letter)) : result;
 }
 
 std::string DescribeEntry(const void* entry)

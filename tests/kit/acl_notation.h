@@ -8,8 +8,9 @@
 
 /**
  * Access lists as one line: "deny X | allow Y | inherited allow Z:20". A principal of one letter has a SID of its own,
- * any other stands as S-1-...; the mask in hexadecimal, 1 if none is given. Entries are allow, deny, audit and
- * object-allow; in front stand "inherited" and "inherit-only" (for files and containers below).
+ * <current> is the account that runs this program, any other stands as S-1-...; the mask in hexadecimal, 1 if none is
+ * given. Entries are allow, deny, audit and object-allow; in front stand "inherited" and "inherit-only" (for files and
+ * containers below).
  */
 namespace acl {
 

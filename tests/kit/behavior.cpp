@@ -69,6 +69,12 @@ bool IsAddress(DWORD number)
                               reinterpret_cast<char*>(number), &module);
 }
 
+/** Small numbers and masks of the highest byte are no addresses, whatever may lie there. */
+bool IsMask(unsigned long long number)
+{
+    return number <= 0xFFFF || number > MAXDWORD || (number & 0xFFFFFF) == 0;
+}
+
 std::string Join(const std::vector<std::string>& texts, const char* between)
 {
     std::string joined;
@@ -301,7 +307,7 @@ std::string Stage::NameOf(unsigned long long number) const
 {
     const auto named = hidden_.find(static_cast<DWORD>(number));
     if (number > MAXDWORD || named == hidden_.end())
-        return number > 0xFFFF && number <= MAXDWORD && IsAddress(static_cast<DWORD>(number)) ? "<address>" : "";
+        return IsMask(number) || !IsAddress(static_cast<DWORD>(number)) ? "" : "<address>";
     return named->second;
 }
 

@@ -129,7 +129,7 @@ constexpr PlatformCall kCalls[] = {
     {"CreateDialogParamA", "h num h ptr num", "h:window"},
     {"DestroyWindow", "-h", "bool"},
     {"GetDlgItem", "h num", "found"},
-    {"SendMessageA", "h hex num text", "num!"},
+    {"SendMessageA", "h hex num param", "num!"},
     {"SetWindowTextA", "h text", "bool"},
     {"ShowWindow", "h num", "num!"},
     {"UpdateWindow", "h", "bool"},
@@ -275,6 +275,10 @@ constexpr struct Kind {
     {"num", [](const HandleNames&, const DWORD* argument) { return Number(*argument, "%ld"); }},
     {"hex", [](const HandleNames&, const DWORD* argument) { return Number(*argument, "0x%lX"); }},
     {"ptr", [](const HandleNames&, const DWORD* argument) { return std::string(*argument ? "given" : "null"); }},
+    {"param",
+     [](const HandleNames&, const DWORD* argument) {
+         return IS_INTRESOURCE(*argument) ? Number(*argument, "%ld") : Text(At<char>(*argument));
+     }},
     {"secret", [](const HandleNames&, const DWORD* argument) { return Text(At<char>(*argument)); }},
     {"h", [](const HandleNames& names, const DWORD* argument) { return names.Show(*argument); }},
     {"-h", [](const HandleNames& names, const DWORD* argument) { return names.Show(*argument); }},
