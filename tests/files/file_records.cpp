@@ -7,30 +7,30 @@ namespace {
 using FileRecords = kit::BehaviorTest;
 using kit::Stage;
 
-/** Has the restart move something onto a file, delete it and move it away; a neighbour stands beside. */
-void DeferAround(const std::string& path)
+/** Has the restart move something onto a path, delete it and move it away; a neighbour stands beside. */
+std::string DeferAround(const std::string& path)
 {
     const std::string stored = R"(\??\)" + path;
     kit::PendingValue::Write(
         {{R"(\??\C:\x)", "!" + stored}, {stored, ""}, {stored, R"(!\??\C:\y)"}, {R"(\??\C:\x)", "!" + stored + "b"}});
+    return path;
 }
 
-/** Lets each look at a path fail with a code, or all looks. */
-class Unreadable {
-public:
-    explicit Unreadable(DWORD code, std::string path = {}) : look_("GetFileAttributesA", &GetFileAttributesA)
+/** Lets each look at a path be refused. */
+struct Unreadable : kit::ImportHook<decltype(&GetFileAttributesA)> {
+    explicit Unreadable(const std::string& path) : ImportHook("GetFileAttributesA", &GetFileAttributesA)
     {
-        look_.Answer([this, code, path](const char* asked) -> DWORD {
-            if (!path.empty() && path != asked)
-                return look_.Original()(asked);
-            SetLastError(code);
-            return INVALID_FILE_ATTRIBUTES;
+        Answer([this, path](const char* asked) {
+            return path != asked ? Original()(asked) : (SetLastError(ERROR_ACCESS_DENIED), INVALID_FILE_ATTRIBUTES);
         });
     }
-
-private:
-    kit::ImportHook<decltype(&GetFileAttributesA)> look_;
 };
+
+void TellState(Stage& stage)
+{
+    stage.TellFolder();
+    stage.TellPending();
+}
 
 std::string Subfolder(const std::string& name)
 {
@@ -50,17 +50,15 @@ TEST_F(FileRecords, Directories)
     Open("files/directories");
     Case("each missing level is made and recorded, and what was pending for it goes", [](Stage& stage) {
         Subfolder("A");
-        DeferAround(Stage::Folder("A\\B"));
-        stage.Call(&TARVO_CreateDirectory, Stage::Folder("A\\B\\\\C/D\\"));
-        stage.TellFolder();
-        stage.TellPending();
+        stage.Call(&TARVO_CreateDirectory, DeferAround(Stage::Folder("A\\B")) + "\\\\C/D\\");
+        TellState(stage);
     });
     Case("nothing is made where all is there", kOnce, [](Stage& stage) {
         for (const std::string& path : {std::string("C:\\"), Subfolder("A")})
             stage.Call(&TARVO_CreateDirectory, path);
     });
     Case("a path that does not begin with drive, colon and backslash is refused", kOnce, [](Stage& stage) {
-        const Unreadable all(ERROR_BAD_NETPATH);
+        const kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA, ERROR_BAD_NETPATH, -1);
         stage.Call(&TARVO_CreateDirectory, nullptr);
         for (const std::string path : {"", "\\\\srv\\share\\x", "//srv/share/x", "C:A", "C:/A", "C:"})
             stage.Call(&TARVO_CreateDirectory, path);
@@ -76,7 +74,7 @@ TEST_F(FileRecords, Directories)
 TEST_F(FileRecords, Attributes)
 {
     Open("files/attributes");
-    Case("read-only goes, the other attributes stay; given ones replace all", {.failures = false, .allocations = false},
+    Case("read-only goes, others stay; given ones replace all", {.failures = false, .allocations = false},
          [](Stage& stage) {
              constexpr DWORD kBeforeAndGiven[][2] = {{0x22, 0},    {0x27, 0}, {0x11, 0},
                                                      {0x23, 0x20}, {0x20, 3}, {0x20, 0x80}};
@@ -88,11 +86,10 @@ TEST_F(FileRecords, Attributes)
              }
          });
     for (const DWORD code : {ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED}) {
-        Case("a file cannot be looked at: " + std::to_string(code), {.allocations = false, .code = code},
-             [](Stage& stage) {
-                 stage.Call(&TARVO_ResetFileReadOnlyAttribute, ReadOnlyFile("f"), 0);
-                 stage.TellFolder();
-             });
+        Case("a look fails: " + std::to_string(code), {.allocations = false, .code = code}, [](Stage& stage) {
+            stage.Call(&TARVO_ResetFileReadOnlyAttribute, ReadOnlyFile("f"), 0);
+            stage.TellFolder();
+        });
     }
     Case("no file", [](Stage& stage) {
         stage.Call(&TARVO_ResetFileReadOnlyAttribute, nullptr, 1);
@@ -109,21 +106,17 @@ template <class Call> void RefuseAll(Stage& stage, const Call& call)
     call(source, nullptr, FALSE);
     call(Stage::Folder("none"), target, FALSE);
     call(source, target, TRUE);
-    const Unreadable hidden(ERROR_ACCESS_DENIED, target);
+    const Unreadable hidden(target);
     call(source, target, TRUE);
-    stage.TellFolder();
-    stage.TellPending();
+    TellState(stage);
 }
 
 TEST_F(FileRecords, Copying)
 {
     Open("files/copying");
     Case("a copy goes over a read-only file and clears what was pending for it", [](Stage& stage) {
-        const std::string target = ReadOnlyFile("b");
-        DeferAround(target);
-        stage.Call(&TARVO_CopyFile, Stage::File("a", "new"), target, FALSE);
-        stage.TellFolder();
-        stage.TellPending();
+        stage.Call(&TARVO_CopyFile, Stage::File("a", "new"), DeferAround(ReadOnlyFile("b")), FALSE);
+        TellState(stage);
     });
     Case("a copy that is refused, or fails, changes nothing", {.allocations = false}, [](Stage& stage) {
         const kit::FileLock lock(Stage::File("locked", "old"));
@@ -133,11 +126,9 @@ TEST_F(FileRecords, Copying)
         });
     });
     Case("a deferring copy goes at once where it can", {.allocations = false}, [](Stage& stage) {
-        const std::string target = ReadOnlyFile("b");
-        DeferAround(target);
-        stage.Call(&TARVO_CopyFileEx, Stage::File("a", "new"), target, FALSE, stage.Number("restart"));
-        stage.TellFolder();
-        stage.TellPending();
+        stage.Call(&TARVO_CopyFileEx, Stage::File("a", "new"), DeferAround(ReadOnlyFile("b")), FALSE,
+                   stage.Number("restart"));
+        TellState(stage);
     });
     Case("a deferring copy is refused", {.allocations = false}, [](Stage& stage) {
         RefuseAll(stage, [&](auto source, auto target, BOOL failIfExists) {
@@ -150,14 +141,12 @@ TEST_F(FileRecords, Copying)
         const std::string target = Stage::File("to\\b.txt", "old");
         const kit::FileLock lock(target);
         stage.Call(&TARVO_CopyFileEx, Stage::File("new\\..\\a.txt", "new"), target, FALSE, stage.Number("restart"));
-        stage.TellFolder();
-        stage.TellPending();
+        TellState(stage);
     });
     Case("a source in the target's folder is moved itself", [](Stage& stage) {
         const kit::FileLock lock(Stage::File("b", "old"));
         stage.Call(&TARVO_CopyFileEx, Stage::File("a", "new"), "c:\\TARVO-record\\b", FALSE, nullptr);
-        stage.TellFolder();
-        stage.TellPending();
+        TellState(stage);
     });
 }
 
@@ -165,11 +154,9 @@ TEST_F(FileRecords, Moving)
 {
     Open("files/moving");
     Case("a move goes over a read-only file and clears what was pending for it", [](Stage& stage) {
-        const std::string target = ReadOnlyFile("b");
-        DeferAround(target);
-        stage.Call(&TARVO_MoveFileEx, Stage::File("a", "new"), target, FALSE, stage.Number("restart"));
-        stage.TellFolder();
-        stage.TellPending();
+        stage.Call(&TARVO_MoveFileEx, Stage::File("a", "new"), DeferAround(ReadOnlyFile("b")), FALSE,
+                   stage.Number("restart"));
+        TellState(stage);
     });
     Case("a move is refused", {.allocations = false}, [](Stage& stage) {
         RefuseAll(stage, [&](auto source, auto target, BOOL failIfExists) {
@@ -182,8 +169,7 @@ TEST_F(FileRecords, Moving)
         const kit::FileLock lock(target);
         kit::ImportHook move("MoveFileA", &MoveFileA, ERROR_ALREADY_EXISTS, FALSE); // the code is each Windows' own
         stage.Call(&TARVO_MoveFileEx, Stage::File("s\\a", "new"), target, FALSE, stage.Number("restart"));
-        stage.TellFolder();
-        stage.TellPending();
+        TellState(stage);
     });
 }
 
@@ -191,18 +177,14 @@ TEST_F(FileRecords, Deleting)
 {
     Open("files/deleting");
     Case("a file goes, with what was pending for it as a source", [](Stage& stage) {
-        const std::string file = ReadOnlyFile("b");
-        DeferAround(file);
-        stage.Call(&TARVO_DeleteFileEx, file, stage.Number("restart"));
-        stage.TellFolder();
-        stage.TellPending();
+        stage.Call(&TARVO_DeleteFileEx, DeferAround(ReadOnlyFile("b")), stage.Number("restart"));
+        TellState(stage);
     });
     Case("an empty folder goes, one with content at the restart", [](Stage& stage) {
         Subfolder("d");
         for (const std::string& path : {Subfolder("d\\empty"), (Stage::File("d\\f"), Stage::Folder("d"))})
             stage.Call(&TARVO_DeleteFileEx, path, stage.Number("restart"));
-        stage.TellFolder();
-        stage.TellPending();
+        TellState(stage);
     });
     Case("a locked file goes at the restart", {.allocations = false}, [](Stage& stage) {
         const std::string file = Stage::File("b");
@@ -210,13 +192,11 @@ TEST_F(FileRecords, Deleting)
         stage.Call(&TARVO_DeleteFileEx, file, nullptr);
         stage.TellPending();
     });
-    Case("nothing is deleted", {.allocations = false}, [](Stage& stage) {
-        stage.Call(&TARVO_DeleteFileEx, nullptr, stage.Number("restart"));
-        stage.Call(&TARVO_DeleteFileEx, Stage::Folder("none"), stage.Number("restart"));
-        stage.TellPending();
-    });
-    Case("a deletion is left to the restart, whether something is there or not", {.allocations = false},
-         [](Stage& stage) {
+    Case("nothing is deleted; a deletion is left to the restart, whether something is there or not",
+         {.allocations = false}, [](Stage& stage) {
+             stage.Call(&TARVO_DeleteFileEx, nullptr, stage.Number("restart"));
+             stage.Call(&TARVO_DeleteFileEx, Stage::Folder("none"), stage.Number("restart"));
+             stage.TellPending();
              stage.Call(&TARVO_DeleteAfterReboot, Stage::Folder("none"));
              stage.Call(&TARVO_DeleteAfterReboot, std::string());
              stage.Call(&TARVO_DeleteAfterReboot, nullptr);
@@ -232,8 +212,7 @@ void CallAll(Stage& stage, const std::string& target)
     stage.Call(&TARVO_CopyFileEx, source, target, FALSE, stage.Number("restart"));
     stage.Call(&TARVO_MoveFileEx, source, target, FALSE, stage.Number("restart"));
     stage.Call(&TARVO_DeleteFileEx, target, stage.Number("restart"));
-    stage.TellFolder();
-    stage.TellPending();
+    TellState(stage);
 }
 
 TEST_F(FileRecords, Obstacles)
@@ -243,7 +222,7 @@ TEST_F(FileRecords, Obstacles)
     Case("a target that may not be looked at exists, and is not deleted", kOnce, [](Stage& stage) {
         const std::string target = Stage::File("b", "old");
         const kit::FileLock lock(target);
-        const Unreadable hidden(ERROR_ACCESS_DENIED, target);
+        const Unreadable hidden(target);
         kit::ImportHook move("MoveFileA", &MoveFileA, ERROR_ACCESS_DENIED, FALSE);
         CallAll(stage, target);
     });
@@ -261,6 +240,30 @@ TEST_F(FileRecords, Obstacles)
         const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
         kit::ImportHook move("MoveFileA", &MoveFileA, ERROR_ALREADY_EXISTS, FALSE);
         CallAll(stage, target);
+    });
+    Case("the last number is tried when all are taken", kOnce, [](Stage& stage) {
+        Subfolder("s");
+        const std::string target = Stage::File("b.exe", "old");
+        const kit::FileLock lock(target);
+        const kit::ImportHook look("GetFileAttributesA", &GetFileAttributesA, 0, FILE_ATTRIBUTE_ARCHIVE);
+        stage.Check(&TARVO_CopyFileEx, Stage::File("s\\a", "new"), target, FALSE, nullptr);
+        TellState(stage);
+    });
+    Case("long paths are refused whole", kOnce, [](Stage& stage) {
+        const std::string file = Stage::File("a", "new");
+        const std::string target = Stage::Folder("b");
+        const std::string longPath = Stage::Folder(std::string(300, 'x'));
+        stage.HideText(longPath, "<long>");
+        DWORD restart = 77;
+        // The system itself refuses these, each with a code of its own.
+        for (const DWORD code :
+             {TARVO_CreateDirectory(longPath.c_str()), TARVO_CopyFile(file.c_str(), longPath.c_str(), FALSE),
+              TARVO_CopyFileEx(longPath.c_str(), target.c_str(), FALSE, &restart),
+              TARVO_MoveFileEx(longPath.c_str(), target.c_str(), FALSE, &restart)})
+            stage.Tell("a long path", code ? "refused" : "taken");
+        stage.Check(&TARVO_CopyFileEx, file, longPath + "\\b", FALSE, stage.Number("restart"));
+        stage.Check(&TARVO_DeleteFileEx, longPath, stage.Number("restart"));
+        TellState(stage);
     });
 }
 

@@ -1,19 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 namespace model {
-
-/** @return the first place of a reference ("\.." or "\.") that a backslash or the end follows. */
-inline size_t FindReference(const std::wstring& tail, const std::wstring& reference)
-{
-    for (size_t at = tail.find(reference); at != tail.npos; at = tail.find(reference, at + 1)) {
-        const size_t behind = at + reference.size();
-        if (behind == tail.size() || tail[behind] == L'\\')
-            return at;
-    }
-    return tail.npos;
-}
 
 /** A path as the pending list keeps it, made step by step. */
 inline std::wstring Normalized(const std::wstring& path)
@@ -23,14 +13,16 @@ inline std::wstring Normalized(const std::wstring& path)
     std::wstring tail = path.substr(2); // a drive, or what opens a UNC path, is never looked at
     for (size_t at; (at = tail.find(L"\\\\")) != tail.npos;)
         tail.erase(at, 1);
-    for (size_t at; (at = FindReference(tail, L"\\..")) != tail.npos;) {
+    const auto find = [&tail](const std::wstring& reference) {
+        return (tail + L'\\').find(reference + L'\\'); // the end closes it as well
+    };
+    for (size_t at; (at = find(L"\\..")) != tail.npos;) {
         const std::wstring behind = tail.substr(at + 3);
         tail.resize(at);
-        if (const size_t component = tail.rfind(L'\\'); component != tail.npos)
-            tail.resize(component);
+        tail.resize(std::min(tail.rfind(L'\\'), tail.size()));
         tail += behind;
     }
-    for (size_t at; (at = FindReference(tail, L"\\.")) != tail.npos;)
+    for (size_t at; (at = find(L"\\.")) != tail.npos;)
         tail.erase(at, 2);
     if (!tail.empty() && tail.back() == L'\\')
         tail.pop_back();

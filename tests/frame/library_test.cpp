@@ -1,21 +1,13 @@
-// The DLL as others find it: instance, exports, imports, resources.
+// The DLL as others find it: exports, imports, resources; what unloading, lines and configurations do to it.
 
-#include "kit/kit.h"
-
-#include <algorithm>
 #include <set>
+
+#include "kit/dice.h"
+#include "kit/kit.h"
 
 namespace {
 
 using TarvoLibrary = kit::LibraryTest;
-
-TEST_F(TarvoLibrary, DelayLoadInitializeTakesNothing)
-{
-    const kit::TraceLog log(Scratch().Path("log"));
-    TARVO_DelayLoadInitialize();
-    TARVO_LoadedInSetup();
-    EXPECT_TRUE(log.Lines().empty());
-}
 
 TEST_F(TarvoLibrary, ExportsTheListedNamesAlone)
 {
@@ -67,12 +59,62 @@ TEST_F(TarvoLibrary, ProgressDialogTemplate)
 
 TEST_F(TarvoLibrary, UnloadingForgetsEverything)
 {
+    AllowOpenHandles(); // the window system keeps some from the first window on
+    EXPECT_EQ(0U, TARVO_ShowProgressDialog(nullptr, "Tarvo unload", "..."));
     const kit::TraceLog log(Scratch().Path("log"));
     TARVO_SetLanguage();
     TARVO_LoadedInSetup();
+    TARVO_DelayLoadInitialize(); // tells nothing
     Reload();
+    EXPECT_FALSE(FindWindowA("#32770", "Tarvo unload"));
     EXPECT_EQ("", kit::LastMessage());
     EXPECT_EQ(3U, log.Lines().size());
+}
+
+TEST_F(TarvoLibrary, NothingIsFormattedWithoutALog)
+{
+    static int formatted;
+    formatted = 0;
+    using Format = int(__cdecl*)(char*, size_t, const char*, va_list);
+    const Format count = [](char* buffer, size_t size, const char* format, va_list arguments) {
+        return ++formatted, _vsnprintf(buffer, size, format, arguments);
+    };
+    const kit::ImportPatch patch(kit::HookedModule(), "_vsnprintf", reinterpret_cast<void*>(count));
+    char text[100];
+    const auto callAll = [&] {
+        TARVO_SetLanguage();
+        TARVO_GetTarvoDllInstance();
+        TARVO_GetLastErrorMessage(text, sizeof text);
+        TARVO_CreateDirectory(Scratch().Path("made").c_str());
+    };
+    callAll();
+    EXPECT_EQ(0, formatted);
+    const kit::TraceLog log(Scratch().Path("log"));
+    callAll();
+    EXPECT_LT(9, formatted);
+}
+
+/** Any bytes may stand in TARVO.cfg; it and the logs lie in the scratch folder. */
+TEST_F(TarvoLibrary, RandomConfigurationsDoNoHarm)
+{
+    kit::Dice dice;
+    const std::vector<std::string> words = {"tl", "ts", "tf", "tfr", "=", "\n", ",", "dt", "tid", "tc", "%s%n", "nid"};
+    const auto answer = [this](const char* name, char* path) {
+        return strlen(strcpy(path, Scratch().Path(name).c_str()));
+    };
+    for (int round = 0; round < 30; ++round) {
+        std::string config;
+        while (config.size() < 6000)
+            config += dice.OneIn(2) ? dice.Of(words) : std::string(1, static_cast<char>(dice.Below(256)));
+        Scratch().Make("TARVO.cfg", config);
+        kit::ImportHook windows("GetWindowsDirectoryA", &GetWindowsDirectoryA);
+        windows.Answer([&](char* path, UINT) { return answer("", path); });
+        kit::ImportHook program("GetModuleFileNameA", &GetModuleFileNameA);
+        program.Answer([&](HMODULE, char* path, DWORD) { return answer("setup.exe", path); });
+        TARVO_StartDebugLogging();
+        EXPECT_EQ(1U, TARVO_SetLanguage()) << kit::Dice::Place(round);
+        Reload();
+    }
 }
 
 } // namespace

@@ -8,6 +8,7 @@ using kit::Stage;
 using RegistryRecords = kit::BehaviorTest;
 
 constexpr char kOwn[] = "Registry entries";
+constexpr kit::View kViews[] = {kit::View::kOwn, kit::View::k64};
 constexpr char k64[] = "Registry entries unvirtualized";
 
 /** @return a section of an uninstall log with entries below the stage's key. */
@@ -31,9 +32,8 @@ void MakeValues(const std::vector<std::string>& values)
 {
     for (const std::string& value : values) {
         const size_t pair = value.find("\\\\");
-        for (const kit::View view : {kit::View::kOwn, kit::View::k64})
-            kit::WriteValue(Stage::Key(value.substr(0, pair)), value.substr(pair + 2), kit::RegistryValue::Text("x"),
-                            view);
+        for (const kit::View view : kViews)
+            kit::WriteValue(Stage::Key(value.substr(0, pair)), value.substr(pair + 2), {REG_SZ, {'x', '\0'}}, view);
     }
 }
 
@@ -44,12 +44,11 @@ TEST_F(RegistryRecords, Deletion)
     const Ways noAllocations = {.records = false, .allocations = false};
     const Ways gone = {.records = false, .allocations = false, .code = ERROR_FILE_NOT_FOUND};
     Case("a value and an empty key of each view", noAllocations, [](Stage& stage) {
-        for (const kit::View view : {kit::View::kOwn, kit::View::k64}) {
-            kit::WriteValue(Stage::Key("k"), "v", kit::RegistryValue::Text("x"), view);
+        MakeValues({R"(k\\v)"});
+        for (const kit::View view : kViews)
             kit::MakeKey(Stage::Key("empty"), view);
-        }
         Remove(stage, Section(kOwn, {"empty", R"(k\\v)"}) + Section(k64, {"empty", R"(k\\v)"}));
-        for (const kit::View view : {kit::View::kOwn, kit::View::k64}) {
+        for (const kit::View view : kViews) {
             stage.TellValue(Stage::Key("k"), "v", view);
             stage.TellValue(Stage::Key("empty"), "", view);
         }

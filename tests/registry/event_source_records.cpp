@@ -5,48 +5,38 @@
 namespace {
 
 using kit::Stage;
-using RegistryRecords = kit::BehaviorTest;
 
 constexpr char kLogKey[] = "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application";
 constexpr char kName[] = "TarvoTestSource";
 
-/** Begins and ends without the source of these tests. */
-class NoSource {
-public:
-    NoSource() { kit::RemoveKeyTree(Key(), kit::View::kOwn); }
-    ~NoSource() { kit::RemoveKeyTree(Key(), kit::View::kOwn); }
-    NoSource(const NoSource&) = delete;
-    NoSource& operator=(const NoSource&) = delete;
-
-    static std::string Key() { return std::string(kLogKey) + "\\" + kName; }
-
-    static void Tell(Stage& stage)
+/** Each run of a case begins and ends without the source, and tells what it is in between. */
+class EventSourceRecords : public kit::BehaviorTest {
+protected:
+    void Case(const std::string& title, const Ways& ways, void (*body)(Stage&))
     {
-        for (const char* name : {"EventMessageFile", "TypesSupported", "CategoryMessageFile", "CategoryCount"})
-            stage.TellValue(Key(), name);
+        BehaviorTest::Case(title, ways, [body, key = std::string(kLogKey) + "\\" + kName](Stage& stage) {
+            kit::RemoveKeyTree(key, kit::View::kOwn);
+            body(stage);
+            for (const char* name : {"EventMessageFile", "TypesSupported", "CategoryMessageFile", "CategoryCount"})
+                stage.TellValue(key, name);
+            kit::RemoveKeyTree(key, kit::View::kOwn);
+        });
     }
 };
 
-TEST_F(RegistryRecords, EventSources)
+TEST_F(EventSourceRecords, EventSources)
 {
     Open("registry/event_sources");
-    Case("a source with categories is added", [](Stage& stage) {
-        const NoSource none;
-        stage.Call(&TARVO_AddEventSource, kName, "%SystemRoot%\\x.dll", DWORD{7}, DWORD{2});
-        NoSource::Tell(stage);
-    });
+    Case("a source with categories is added", {},
+         [](Stage& stage) { stage.Call(&TARVO_AddEventSource, kName, "%SystemRoot%\\x.dll", DWORD{7}, DWORD{2}); });
     Case("added again without categories it keeps the old ones", {.failures = false}, [](Stage& stage) {
-        const NoSource none;
         TARVO_AddEventSource(kName, "C:\\first.dll", 31, 3);
         stage.Call(&TARVO_AddEventSource, kName, "C:\\second.dll", DWORD{0xFFFFFFFF}, DWORD{0});
-        NoSource::Tell(stage);
     });
-    Case("a source is deleted, and deleted again", [](Stage& stage) {
-        const NoSource none;
+    Case("a source is deleted, and deleted again", {}, [](Stage& stage) {
         TARVO_AddEventSource(kName, "C:\\first.dll", 7, 0);
         for (int time = 0; time < 2; ++time)
             stage.Call(&TARVO_DeleteEventSource, kName);
-        NoSource::Tell(stage);
     });
     Case("names that would hit the log itself are refused", {.allocations = false}, [](Stage& stage) {
         const std::string tooLong(2048 - sizeof kLogKey, 'x');

@@ -6,14 +6,9 @@ inline constexpr char kProductKey[] = "Software\\Norrin Vale\\Velmora";
 inline constexpr char kListsKey[] = "SOFTWARE\\Norrin Vale\\Velmora\\Delay Loading";
 
 /** Begins and ends without any key of the product family. */
-class NoProductKeys {
-public:
+struct NoProductKeys {
     NoProductKeys() { Remove(); }
     ~NoProductKeys() { Remove(); }
-    NoProductKeys(const NoProductKeys&) = delete;
-    NoProductKeys& operator=(const NoProductKeys&) = delete;
-
-private:
     static void Remove()
     {
         kit::RemoveKeyTree(kProductKey, kit::View::kOwn);

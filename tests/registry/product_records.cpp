@@ -10,7 +10,6 @@ namespace {
 
 using namespace std::string_literals;
 using kit::Stage;
-using RegistryRecords = kit::BehaviorTest;
 
 constexpr char kLamp[] = "Software\\Norrin Vale\\Velmora\\Lamp";
 constexpr char kResources[] = "SOFTWARE\\Norrin Vale\\Velmora\\Localization";
@@ -31,35 +30,43 @@ void TellList(Stage& stage)
     stage.TellValue(kListsKey, kValue);
 }
 
-TEST_F(RegistryRecords, Product)
+/** Each run of a case begins and ends without any key of the product family, and tells the list of copies. */
+class ProductRecords : public kit::BehaviorTest {
+protected:
+    void Case(const std::string& title, const Ways& ways, void (*body)(Stage&))
+    {
+        BehaviorTest::Case(title, ways, [body](Stage& stage) {
+            const NoProductKeys none;
+            body(stage);
+            TellList(stage);
+        });
+    }
+};
+
+TEST_F(ProductRecords, Product)
 {
     Open("registry/product");
-    Case("a product's version is an entry as any other", [](Stage& stage) {
-        const NoProductKeys none;
+    Case("a product's version is an entry as any other", {}, [](Stage& stage) {
         stage.Call(&TARVO_SetProductVersion, "2.0 |beta", "Lamp");
         stage.TellValue(kLamp, "CurrentVersion");
     });
-    Case("a resource is registered", [](Stage& stage) {
-        const NoProductKeys none;
+    Case("a resource is registered", {}, [](Stage& stage) {
         stage.Call(&TARVO_RegisterLocalizationResource, "C:\\A", "res");
         stage.TellValue(kResources, "res");
     });
-    Case("the keys take the policy, whether it can be applied or not", {.failures = false, .allocations = false},
-         [](Stage& stage) {
-             const NoProductKeys none;
-             TARVO_DefineSecurityPolicy(TARVO_POLICY_LOCKED);
-             kit::MakeKey(kListsKey);
-             kit::MakeKey(kResources);
-             kit::ImportHook guard("SetNamedSecurityInfoA", &SetNamedSecurityInfoA);
-             std::vector<std::string> guarded;
-             guard.Answer([&](char* name, auto...) { return guarded.emplace_back(name), DWORD{ERROR_ACCESS_DENIED}; });
-             stage.Call(&TARVO_RegisterLocalizationResource, "C:\\A\\", "res");
-             stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
-             stage.Tell("guarded", guarded);
-             stage.TellValue(kResources, "res");
-         });
+    Case("the keys take a policy, applied or not", {.failures = false, .allocations = false}, [](Stage& stage) {
+        TARVO_DefineSecurityPolicy(TARVO_POLICY_LOCKED);
+        kit::MakeKey(kListsKey);
+        kit::MakeKey(kResources);
+        kit::ImportHook guard("SetNamedSecurityInfoA", &SetNamedSecurityInfoA);
+        std::vector<std::string> guarded;
+        guard.Answer([&](char* name, auto...) { return guarded.emplace_back(name), DWORD{ERROR_ACCESS_DENIED}; });
+        stage.Call(&TARVO_RegisterLocalizationResource, "C:\\A\\", "res");
+        stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
+        stage.Tell("guarded", guarded);
+        stage.TellValue(kResources, "res");
+    });
     Case("what is missing or too long is refused", {.failures = false, .allocations = false}, [](Stage& stage) {
-        const NoProductKeys none;
         const std::string tooLong(2000, 'x');
         stage.HideText(tooLong, "<too long>");
         const std::pair<const char*, const char*> texts[] = {
@@ -75,45 +82,33 @@ TEST_F(RegistryRecords, Product)
     });
 }
 
-TEST_F(RegistryRecords, DelayLoading)
+TEST_F(ProductRecords, DelayLoading)
 {
     Open("registry/delay_loading");
     const Ways callsAlone = {.failures = false, .allocations = false};
-    Case("a first copy makes key and list", [](Stage& stage) {
-        const NoProductKeys none;
-        stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
-        TellList(stage);
-    });
-    Case("a newer copy comes first", [](Stage& stage) {
-        const NoProductKeys none;
+    Case("a first copy makes key and list", {},
+         [](Stage& stage) { stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath); });
+    Case("a newer copy comes first", {}, [](Stage& stage) {
         const std::string path = MakeCopy("Shared.DLL", "1.2.3.10");
         kit::WriteValue(kListsKey, kValue, TextList({MakeCopy("Old.dll", "1.2.3.9"), path}));
         stage.Call(&TARVO_RegisterDelayLoadLibrary, path);
-        TellList(stage);
     });
     Case("what the restart will bring counts, and no version comes last", callsAlone, [](Stage& stage) {
-        const NoProductKeys none;
         const std::string replaced = MakeCopy("R.dll", "1.2.3.9");
         TARVO_RenameAfterReboot(MakeCopy("new.dll", "5.0.0.0").c_str(), replaced.c_str());
         kit::WriteValue(kListsKey, kValue,
                         TextList({MakeCopy("N.dll", "none"), MakeCopy("M.dll", "4.99.0.0"), replaced}));
         stage.Call(&TARVO_RegisterDelayLoadLibrary, MakeCopy("Shared.DLL", "1.2.3.10"));
-        TellList(stage);
     });
-    Case("one copy of two goes", [](Stage& stage) {
-        const NoProductKeys none;
+    Case("one copy of two goes", {}, [](Stage& stage) {
         kit::WriteValue(kListsKey, kValue, TextList({"C:\\x\\SHARED.dll", "C:\\Y\\Shared.dll"}));
         stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
-        TellList(stage);
     });
-    Case("the last copy takes list and key along", [](Stage& stage) {
-        const NoProductKeys none;
+    Case("the last copy takes list and key along", {}, [](Stage& stage) {
         kit::WriteValue(kListsKey, kValue, TextList({kLower}));
         stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
-        TellList(stage);
     });
     Case("what is not registered need not be taken back", callsAlone, [](Stage& stage) {
-        const NoProductKeys none;
         stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
         kit::WriteValue(kListsKey, "other.dll", TextList({"c:\\other.dll"}));
         stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
@@ -122,16 +117,12 @@ TEST_F(RegistryRecords, DelayLoading)
         TellList(stage);
         kit::WriteValue(kListsKey, kValue, TextList({kLower}));
         stage.Call(&TARVO_UnRegisterDelayLoadLibrary, "C:\\Y\\Shared.dll");
-        TellList(stage);
     });
     Case("an empty list takes a copy, and none back", callsAlone, [](Stage& stage) {
-        const NoProductKeys none;
         kit::WriteValue(kListsKey, kValue, TextList({}));
         stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
-        TellList(stage);
     });
     Case("what is missing or too long is refused", callsAlone, [](Stage& stage) {
-        const NoProductKeys none;
         const std::string tooLong(260, 'x');
         stage.HideText(tooLong, "<too long>");
         for (const char* path : {static_cast<const char*>(nullptr), "", tooLong.c_str()}) {
@@ -141,7 +132,6 @@ TEST_F(RegistryRecords, DelayLoading)
         stage.Tell("product key", kit::KeyExists(kProductKey) ? "there" : "none");
     });
     Case("what is no list is refused and stays", callsAlone, [](Stage& stage) {
-        const NoProductKeys none;
         const kit::RegistryValue foreign[] = {{REG_SZ, "c:\\a\0"s},       {REG_BINARY, "c:\\a\0\0"s},
                                               {REG_MULTI_SZ, "c:\\a\0"s}, {REG_MULTI_SZ, "c:\\a"s},
                                               {REG_MULTI_SZ, ""s},        {REG_MULTI_SZ, "c:\\a\0\0more\0\0"s}};
@@ -161,7 +151,6 @@ TEST_F(RegistryRecords, DelayLoading)
         }
         stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
         stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
-        TellList(stage);
     });
 }
 

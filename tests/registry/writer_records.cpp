@@ -58,41 +58,32 @@ TEST_F(RegistryRecords, Levels)
     });
 }
 
-const std::pair<DWORD, std::string> kTypes[] = {{REG_NONE, "data"},
-                                                {REG_SZ, "a b"},
-                                                {REG_SZ, ""},
-                                                {REG_EXPAND_SZ, R"(%windir%\x)"},
-                                                {REG_DWORD, "12abc"},
-                                                {REG_DWORD, " \t+7"},
-                                                {REG_DWORD, "abc"},
-                                                {REG_DWORD, "0x10"},
-                                                {REG_DWORD, "-1"},
-                                                {REG_DWORD, "4294967295"},
-                                                {REG_DWORD, "-99999999999"},
-                                                {REG_MULTI_SZ, "a\0bc\0"s},
-                                                {REG_MULTI_SZ, ""},
-                                                {REG_MULTI_SZ, "a\0\0b\0"s},
-                                                {REG_BINARY, "1"},
-                                                {REG_DWORD_BIG_ENDIAN, "1"},
-                                                {REG_LINK, "1"},
-                                                {8, "1"},
-                                                {0xFFFFFFFF, "1"}};
+const std::pair<DWORD, std::vector<std::string>> kTypes[] = {
+    {REG_NONE, {"data"}},
+    {REG_SZ, {"a b", ""}},
+    {REG_EXPAND_SZ, {R"(%windir%\x)"}},
+    {REG_DWORD, {"12abc", " \t+7", "abc", "0x10", "-1", "4294967295", "-99999999999"}},
+    {REG_MULTI_SZ, {"a\0bc\0"s, "", "a\0\0b\0"s}},
+    {REG_BINARY, {"1"}},
+    {REG_DWORD_BIG_ENDIAN, {"1"}},
+    {REG_LINK, {"1"}},
+    {8, {"1"}},
+    {0xFFFFFFFF, {"1"}}};
 
 TEST_F(RegistryRecords, Types)
 {
     Open("registry/types");
     Case("each type has its form", {.failures = false, .allocations = false}, [](Stage& stage) {
-        auto inFull = [shown = DWORD{REG_SZ}](DWORD type) mutable {
-            return std::exchange(shown, type) != type &&
-                   (type == REG_NONE || type == REG_DWORD || type == REG_MULTI_SZ);
-        };
-        for (const auto& [type, data] : kTypes) {
-            kit::WriteValue(Stage::Key(), "name", {REG_BINARY, "earlier"});
-            if (inFull(type))
-                Write(stage, R"(\\name|)" + data, type);
-            else
-                stage.Check(&TARVO_CreateRegistryEntry, Stage::Locator() + R"(\\name|)" + data, type, FALSE);
-            stage.TellValue(Stage::Key(), "name");
+        for (const auto& [type, texts] : kTypes) {
+            bool inFull = type == REG_NONE || type == REG_DWORD || type == REG_MULTI_SZ;
+            for (const std::string& data : texts) {
+                kit::WriteValue(Stage::Key(), "name", {REG_BINARY, "earlier"});
+                if (std::exchange(inFull, false))
+                    Write(stage, R"(\\name|)" + data, type);
+                else
+                    stage.Check(&TARVO_CreateRegistryEntry, Stage::Locator() + R"(\\name|)" + data, type, FALSE);
+                stage.TellValue(Stage::Key(), "name");
+            }
         }
     });
     Case("a value that cannot be set is not recorded", {.failures = false, .allocations = false}, [](Stage& stage) {
@@ -133,23 +124,16 @@ TEST_F(RegistryRecords, Locators)
     });
     Case("malformed ones are refused", {.failures = false, .allocations = false}, [](Stage& stage) {
         const std::string key = "\\" + Stage::Key();
-        const std::string locators[] = {
-            "",
-            "HKEY_LOCAL_MACHINE|x",
-            "HKEY_LOCAL_MACHINE" + key + R"(\k\name|x)",
-            R"(HKEY_LOCAL_MACHINE\\name|x)",
-            "HKEY_LOCAL_MACHINE" + key + R"(\k|\\name)",
-            key + R"(\k\\name|x)",
-            R"(HKEY_LOCAL_MACHINE\\\name|x)",
-            "HKLM" + key + R"(\k\\name|x)",
-            "HKEY_LOCAL_MACHIN" + key + R"(\k\\name|x)",
-            "HKEY_LOCAL_MACHINE " + key + R"(\k\\name|x)",
-            "HKEY_CURRENT_CONFIG" + key + R"(\k\\name|x)",
-            "HKEY_LOCAL_MACHINE/" + key + R"(\k\\name|x)",
-        };
+        std::vector<std::string> locators = {""};
+        for (const std::string& rest :
+             {"|x"s, key + R"(\k\name|x)", R"(\\name|x)"s, key + R"(\k|\\name)", R"(\\\name|x)"s})
+            locators.push_back("HKEY_LOCAL_MACHINE" + rest);
+        for (const char* name :
+             {"", "HKLM", "HKEY_LOCAL_MACHIN", "HKEY_LOCAL_MACHINE ", "HKEY_CURRENT_CONFIG", "HKEY_LOCAL_MACHINE/"})
+            locators.push_back(name + key + R"(\k\\name|x)");
         stage.Call(&TARVO_CreateRegistryEntry, nullptr, DWORD{REG_SZ}, TRUE);
         stage.Call(&TARVO_CreateRegistryEntryEx, nullptr, DWORD{REG_SZ}, TRUE, FALSE);
-        for (const int index : {1, 2, 4, 5, 7}) {
+        for (const size_t index : {1, 2, 4, 6, 7}) {
             stage.Call(&TARVO_CreateRegistryEntry, locators[index], DWORD{REG_SZ}, FALSE);
             if (index != 2 && index != 4)
                 stage.Call(&TARVO_CreateRegistryEntryEx, locators[index], DWORD{REG_SZ}, FALSE, FALSE);
@@ -157,6 +141,18 @@ TEST_F(RegistryRecords, Locators)
         for (const std::string& locator : locators) {
             stage.Check(&TARVO_CreateRegistryEntry, locator, DWORD{REG_SZ}, FALSE);
             stage.Check(&TARVO_CreateRegistryEntryEx, locator, DWORD{REG_SZ}, FALSE, FALSE);
+        }
+    });
+    Case("names end within 2047 bytes, and data goes on", {.failures = false, .allocations = false}, [](Stage& stage) {
+        const std::string beginning = Stage::Locator("k") + "\\\\";
+        const std::string name(2046 - beginning.size(), 'n'); // the bar is byte 2047
+        const std::string data(5000, 'd');
+        stage.HideText(name, "<name>");
+        stage.HideText(data, "<data>");
+        for (const std::string& fits : {name, name + "n"}) {
+            stage.Check(&TARVO_CreateRegistryEntryEx, beginning + fits + "|" + data + "\0e\0"s, DWORD{REG_MULTI_SZ},
+                        FALSE, TRUE);
+            stage.TellValue(Stage::Key("k"), fits);
         }
     });
 }

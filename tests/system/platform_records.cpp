@@ -14,12 +14,18 @@ namespace {
 using kit::Stage;
 using SystemRecords = kit::BehaviorTest;
 
+struct VersionRow {
+    DWORD family, major, minor;
+    BYTE product = 1;
+    const char* servicePack = "";
+};
+
 /** Answers the version query. */
-class Windows {
+class Windows : kit::ImportHook<decltype(&GetVersionExA)> {
 public:
-    Windows() : hook_("GetVersionExA", &GetVersionExA)
+    Windows() : ImportHook("GetVersionExA", &GetVersionExA)
     {
-        hook_.Answer([this](OSVERSIONINFOA* info) {
+        Answer([this](OSVERSIONINFOA* info) {
             const DWORD size = info->dwOSVersionInfoSize;
             memcpy(info, &version_, size); // the shorter structure is the longer one's beginning
             info->dwOSVersionInfoSize = size;
@@ -27,28 +33,16 @@ public:
         });
     }
 
-    void Say(DWORD family, DWORD major, DWORD minor, BYTE product = 1, const char* servicePack = "")
+    void Say(const VersionRow& row)
     {
-        version_ = {};
-        version_.dwPlatformId = family;
-        version_.dwMajorVersion = major;
-        version_.dwMinorVersion = minor;
-        version_.dwBuildNumber = 1234;
-        version_.wServicePackMajor = 5;
-        version_.wServicePackMinor = 6;
-        version_.wProductType = product;
-        snprintf(version_.szCSDVersion, sizeof version_.szCSDVersion, "%s", servicePack);
+        version_ = {0, row.major, row.minor, 1234, row.family, "", 5, 6, 0, row.product, 0};
+        strcpy(version_.szCSDVersion, row.servicePack);
     }
 
 private:
-    kit::ImportHook<decltype(&GetVersionExA)> hook_;
     OSVERSIONINFOEXA version_ = {};
 };
 
-struct VersionRow {
-    DWORD family, major, minor;
-    BYTE product = 1;
-};
 constexpr VersionRow kVersions[] = {
     {0, 3, 11}, {1, 3, 99},   {1, 4, 10},   {1, 4, 90},   {2, 2, 99},   {2, 3, 51}, {2, 4, 0, 3},
     {2, 5, 0},  {2, 5, 1},    {2, 5, 2, 3}, {2, 6, 0},    {2, 6, 0, 2}, {2, 6, 1},  {2, 6, 1, 3},
@@ -66,13 +60,13 @@ TEST_F(SystemRecords, Platform)
     const Ways full = {.records = false};
     Case("a version that cannot be asked for", full, [](Stage& stage) {
         Windows windows;
-        windows.Say(VER_PLATFORM_WIN32_NT, 6, 1);
+        windows.Say({VER_PLATFORM_WIN32_NT, 6, 1});
         stage.Call(&TARVO_GetPlatform);
     });
     Case("each version has its code and lines", callsAlone, [](Stage& stage) {
         Windows windows;
         const auto say = [&](const VersionRow& row) {
-            windows.Say(row.family, row.major, row.minor, row.product);
+            windows.Say(row);
             char text[40];
             snprintf(text, sizeof text, "%lu %lu.%lu product %u", row.family, row.major, row.minor, row.product);
             stage.Tell("version", text);
@@ -89,7 +83,7 @@ TEST_F(SystemRecords, Platform)
     Case("each item answers into its own place", full, [](Stage& stage) {
         Windows windows;
         for (const DWORD family : {VER_PLATFORM_WIN32_NT, VER_PLATFORM_WIN32_WINDOWS}) {
-            windows.Say(family, 6, 1, 1, "Service Pack 7");
+            windows.Say({family, 6, 1, 1, "Service Pack 7"});
             for (const DWORD item : {151, 152})
                 stage.Call(&TARVO_GetPlatformEx, item, stage.Number("bool"), stage.Number("integer"));
         }
@@ -107,7 +101,7 @@ TEST_F(SystemRecords, Platform)
         Windows windows;
         for (const char* text :
              {"Service Pack 12", "Service Pack 2a", "", "Service Pack ", "Service Pack x", "0123456789012 -7"}) {
-            windows.Say(VER_PLATFORM_WIN32_NT, 6, 1, 1, text);
+            windows.Say({VER_PLATFORM_WIN32_NT, 6, 1, 1, text});
             stage.Tell("text", text);
             stage.Check(&TARVO_GetPlatformEx, DWORD{156}, nullptr, stage.Number("integer"));
         }
@@ -126,33 +120,27 @@ TEST_F(SystemRecords, Platform)
     });
     Case("a block that comes with a failure is freed", callsAlone, [](Stage& stage) {
         kit::ImportHook query("NetServerGetInfo", &NetServerGetInfo);
-        kit::ImportHook free("NetApiBufferFree", &NetApiBufferFree);
         query.Answer([&](auto... arguments) {
             query.Original()(arguments...);
             return NET_API_STATUS{ERROR_MORE_DATA};
         });
         stage.Call(&TARVO_GetPlatformEx, DWORD{153}, stage.Number("bool"), stage.Number("integer"));
-        stage.Tell("freed", std::to_string(free.Calls()));
     });
 }
 
-BOOL WINAPI SaysYes(HANDLE, BOOL* wow64)
+template <BOOL Success> BOOL WINAPI SaysYes(HANDLE, BOOL* wow64)
 {
-    return *wow64 = TRUE;
-}
-
-BOOL WINAPI FailsWithYes(HANDLE, BOOL* wow64)
-{
-    return *wow64 = TRUE, FALSE;
+    return *wow64 = TRUE, Success;
 }
 
 TEST_F(SystemRecords, Machine)
 {
     Open("system/machine");
-    for (const auto function : {&SaysYes, &FailsWithYes}) {
-        const char* const title = function == &SaysYes ? "64 bits are told by the function if there is one"
-                                                       : "a failing function's answer does not count";
-        Case(title, {.records = false}, [function](Stage& stage) {
+    const std::pair<const char*, BOOL(WINAPI*)(HANDLE, BOOL*)> functions[] = {
+        {"64 bits are told by the function if there is one", &SaysYes<TRUE>},
+        {"a failing function's answer does not count", &SaysYes<FALSE>}};
+    for (const auto& [title, function] : functions) {
+        Case(title, {.records = false}, [function = function](Stage& stage) {
             kit::ImportHook find("GetProcAddress", &GetProcAddress);
             find.Answer([&](HMODULE module, const char* name) {
                 return module == GetModuleHandleA("kernel32") && std::string_view(name) == "IsWow64Process"
@@ -172,14 +160,9 @@ TEST_F(SystemRecords, Machine)
 TEST_F(SystemRecords, Restart)
 {
     Open("system/restart");
-    Case("the mode decides whether programs are forced", {.records = false}, [](Stage& stage) {
+    Case("the mode decides whether programs are forced, and others are refused", {.records = false}, [](Stage& stage) {
         const kit::ImportHook never("InitiateSystemShutdownA", &InitiateSystemShutdownA, ERROR_SUCCESS, TRUE);
-        for (const int mode : {TARVO_REBOOT_NORMAL, TARVO_REBOOT_FORCED})
-            stage.Call(&TARVO_Reboot, mode);
-    });
-    Case("other modes are refused", {.records = false}, [](Stage& stage) {
-        const kit::ImportHook never("InitiateSystemShutdownA", &InitiateSystemShutdownA, ERROR_SUCCESS, TRUE);
-        for (const int mode : {0, 3, -1})
+        for (const int mode : {TARVO_REBOOT_NORMAL, TARVO_REBOOT_FORCED, 0, 3, -1})
             stage.Call(&TARVO_Reboot, mode);
     });
 }

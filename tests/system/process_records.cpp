@@ -12,55 +12,34 @@ using kit::Stage;
 using SystemRecords = kit::BehaviorTest;
 
 /** Answers in the place of the shell. */
-class Shell {
-public:
-    Shell() : hook_("ShellExecuteA", &ShellExecuteA)
-    {
-        hook_.Answer([this](auto...) { return reinterpret_cast<HINSTANCE>(answer); });
-    }
-
-    INT_PTR answer = 33;
-
-private:
-    kit::ImportHook<decltype(&ShellExecuteA)> hook_;
+struct Shell : kit::ImportHook<decltype(&ShellExecuteA)> {
+    explicit Shell(INT_PTR answer = 33) : ImportHook("ShellExecuteA", &ShellExecuteA, 0, HINSTANCE(answer)) {}
 };
 
 TEST_F(SystemRecords, ShellStart)
 {
     Open("system/shell_start");
-    Case("a quoted program may have arguments", {.records = false}, [](Stage& stage) {
+    Case("a quoted program may have arguments; what cannot be run is refused", {.records = false}, [](Stage& stage) {
         const Shell shell;
+        const std::string tooLong(260, 'p');
+        stage.HideText(tooLong, "<too long>");
         stage.Call(&TARVO_ShellExecute, R"("C:\a b.exe" /x "y z" )");
+        stage.Call(&TARVO_ShellExecute, nullptr);
+        stage.Call(&TARVO_ShellExecute, "\"" + tooLong + "\" /x");
     });
     Case("program and arguments", {.records = false, .failures = false, .allocations = false}, [](Stage& stage) {
         const Shell shell;
         const std::string longText(259, 'p');
         stage.HideText(longText, "<259 characters>");
-        const std::string lines[] = {R"(C:\a b.exe /x "y")",
-                                     R"( "C:\a.exe" /x)",
-                                     R"("C:\a b.exe"/x)",
-                                     R"("C:\a b.txt")",
-                                     R"("C:\a.exe /x)",
-                                     R"("" /x)",
-                                     "",
-                                     "\"",
-                                     "\"" + longText + "\" /x",
-                                     longText + "pp",
-                                     "\"p\"" + longText + longText};
-        for (const std::string& line : lines)
+        for (const char* line : {R"(C:\a b.exe /x "y")", R"( "C:\a.exe" /x)", R"("C:\a b.exe"/x)", R"("C:\a b.txt")",
+                                 R"("C:\a.exe /x)", R"("" /x)", "", "\""})
+            stage.Call(&TARVO_ShellExecute, line);
+        for (const std::string& line : {"\"" + longText + "\" /x", longText + "pp", "\"p\"" + longText + longText})
             stage.Call(&TARVO_ShellExecute, line);
     });
-    Case("what cannot be run is refused", {.records = false}, [](Stage& stage) {
-        const Shell shell;
-        const std::string tooLong(260, 'p');
-        stage.HideText(tooLong, "<too long>");
-        stage.Call(&TARVO_ShellExecute, nullptr);
-        stage.Call(&TARVO_ShellExecute, "\"" + tooLong + "\" /x");
-    });
     Case("success is above 32", {.records = false, .failures = false, .allocations = false}, [](Stage& stage) {
-        Shell shell;
         for (const INT_PTR answer : {0x12345678, 32, 2, 0}) {
-            shell.answer = answer;
+            const Shell shell(answer);
             stage.Call(&TARVO_ShellExecute, "\"p\" x");
         }
     });
@@ -86,14 +65,9 @@ TEST_F(SystemRecords, LibraryFunctions)
          });
 }
 
-HWND FindDialog(const char* caption)
-{
-    return FindWindowA("#32770", caption);
-}
-
 void TellWindow(Stage& stage, const char* caption)
 {
-    const HWND dialog = FindDialog(caption);
+    const HWND dialog = FindWindowA("#32770", caption);
     char text[256] = {};
     GetDlgItemTextA(dialog, 1001, text, sizeof text);
     stage.Tell(caption, !dialog ? "no window" : IsWindowVisible(dialog) ? text : "hidden");
@@ -105,7 +79,7 @@ TEST_F(SystemRecords, ProgressDialog)
     Case("a window is shown", {.records = false}, [](Stage& stage) {
         stage.Call(&TARVO_ShowProgressDialog, nullptr, "Tarvo one", "Copying files...");
         TellWindow(stage, "Tarvo one");
-        stage.Tell("without caption", FindDialog("") ? "a window" : "none");
+        stage.Tell("without caption", FindWindowA("#32770", "") ? "a window" : "none");
         stage.Call(&TARVO_HideProgressDialog);
     });
     Case("another takes its place, and is hidden", {.records = false, .allocations = false}, [](Stage& stage) {
@@ -119,7 +93,9 @@ TEST_F(SystemRecords, ProgressDialog)
         TARVO_HideProgressDialog();
         TellWindow(stage, "Tarvo two");
         stage.Call(&TARVO_HideProgressDialog);
-        DestroyWindow(owner);
+        TARVO_ShowProgressDialog(owner, "Tarvo two", "");
+        DestroyWindow(owner); // takes the window along
+        stage.Call(&TARVO_HideProgressDialog);
     });
 }
 
