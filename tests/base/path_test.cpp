@@ -1,5 +1,3 @@
-// Paths taken apart and put together.
-
 #include "base/path.h"
 
 #include <gtest/gtest.h>
@@ -13,22 +11,9 @@ using namespace tarvo;
 TEST(Path, Splits)
 {
     // Drive, directory, name and extension with bars between them.
-    const char* const kSplits[] = {
-        "|||",
-        "||file|",
-        "C:|||",
-        "C:|\\||",
-        "C:||file|.x",
-        "C:|\\a\\b.c\\|file|",
-        "C:|/a/|file|.txt",
-        "|\\\\server\\share\\|f|.t",
-        "||a.b|.c",
-        "|||.txt",
-        "|dir\\||.",
-        "|dir\\|.|.",
-        "||name|.",
-    };
-    for (const std::string expected : kSplits) {
+    for (const std::string expected :
+         {"|||", "||file|", "C:|||", "C:|\\||", "C:||file|.x", "C:|\\a\\b.c\\|file|", "C:|/a/|file|.txt",
+          "|\\\\server\\share\\|f|.t", "||a.b|.c", "|||.txt", "|dir\\||.", "|dir\\|.|.", "||name|."}) {
         std::string path = expected;
         std::erase(path, '|');
         const PathParts parts = SplitPath(path.c_str());
@@ -40,16 +25,12 @@ TEST(Path, Splits)
     }
 }
 
-struct JoinCase {
-    const char* directory;
-    const char* name;
-    const char* extension;
-    std::string joined;
-};
-
 TEST(Path, JoinsWhatFits)
 {
-    const JoinCase kJoins[] = {
+    const struct {
+        const char *directory, *name, *extension;
+        std::string joined;
+    } joins[] = {
         {"", "f", "", "f"},
         {"C:\\d", "f", "", "C:\\d\\f"},
         {"C:\\d\\", "f", "", "C:\\d\\f"},
@@ -59,16 +40,14 @@ TEST(Path, JoinsWhatFits)
         {"d", "", "", "d\\"},
         {"", "", "x", ".x"},
     };
-    for (const JoinCase& row : kJoins) {
-        for (size_t size = 0; size <= row.joined.size() + 2; ++size) {
-            SCOPED_TRACE(row.joined + " into " + std::to_string(size));
+    for (const auto& [directory, name, extension, joined] : joins) {
+        for (size_t size = 0; size <= joined.size() + 2; ++size) {
+            SCOPED_TRACE(joined + " into " + std::to_string(size));
             std::string buffer(20, '~');
-            const bool fits = size > row.joined.size();
-            EXPECT_EQ(fits, JoinPath(buffer.data(), size, row.directory, row.name, row.extension));
+            const bool fits = size > joined.size();
+            EXPECT_EQ(fits, JoinPath(buffer.data(), size, directory, name, extension));
             EXPECT_EQ(std::string::npos, buffer.find_first_not_of('~', size)) << buffer;
-            if (size) {
-                EXPECT_EQ(fits ? row.joined : "", buffer.c_str());
-            }
+            EXPECT_EQ(fits ? joined : "", buffer.substr(0, size ? buffer.find('\0') : 0));
         }
     }
 }

@@ -1,5 +1,3 @@
-// Bounded texts.
-
 #include "base/text.h"
 
 #include <gtest/gtest.h>
@@ -20,23 +18,14 @@ TEST(Text, SetRefusesWhatDoesNotFit)
     EXPECT_TRUE(text.Empty());
 }
 
-TEST(Text, FormatTellsWhetherAllFitted)
-{
-    BoundedText<5> text;
-    EXPECT_TRUE(text.Format("%d", 1234));
-    EXPECT_FALSE(text.Format("%d", 12345)); // as many as there is room, without the terminator
-    EXPECT_STREQ("1234", text.Get());
-    EXPECT_FALSE(text.Format("%s", std::string(10000, 'x').c_str()));
-    EXPECT_STREQ("xxxx", text.Get());
-    char none = '~';
-    EXPECT_FALSE(FormatCut(&none, 0, "x"));
-    CopyCut(&none, 0, "x");
-    EXPECT_EQ('~', none);
-}
-
-TEST(Text, FormatsAreThoseOfTheCLibrary)
+TEST(Text, FormatsAreThoseOfTheCLibraryAndTellWhetherAllFitted)
 {
     BoundedText<8> text;
+    EXPECT_TRUE(text.Format("%d", 1234567));
+    EXPECT_FALSE(text.Format("%d", 12345678)); // as many as there is room, without the terminator
+    EXPECT_STREQ("1234567", text.Get());
+    EXPECT_FALSE(text.Format("%s", std::string(10000, 'x').c_str()));
+    EXPECT_STREQ("xxxxxxx", text.Get());
     EXPECT_TRUE(text.Format("%s-%s", "abc", "def"));
     EXPECT_STREQ("abc-def", text.Get());
     EXPECT_FALSE(text.Format("%s-%s!", "abc", "def"));
@@ -47,10 +36,13 @@ TEST(Text, FormatsAreThoseOfTheCLibrary)
     EXPECT_STREQ("abc=12%", text.Get());
     EXPECT_TRUE(text.Format("%s%-3sx", "ab", "c"));
     EXPECT_STREQ("abc  x", text.Get());
-    const char* volatile none = nullptr; // unseen by the compiler, which would warn
-    const char* const missing = none;
-    EXPECT_TRUE(text.Format("%s", missing));
+    const char* const volatile missing = nullptr; // unseen by the compiler, which would warn
+    EXPECT_TRUE(text.Format("%s", const_cast<const char*>(missing)));
     EXPECT_STREQ("(null)", text.Get());
+    char none = '~';
+    EXPECT_FALSE(FormatCut(&none, 0, "x"));
+    CopyCut(&none, 0, "x");
+    EXPECT_EQ('~', none);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Plug-ins, the management console and agent, and the default policy file, against their records.
 
+#include "registry/product_key.h"
 #include "services/test_service.h"
 
 namespace {
@@ -7,7 +8,6 @@ namespace {
 using kit::Stage;
 using namespace std::string_literals;
 
-constexpr char kProduct[] = "Software\\Norrin Vale\\Velmora";
 constexpr char kAgent[] = "Software\\Norrin Vale\\Velmora\\Management Agent";
 constexpr char kLamp[] = "Software\\Norrin Vale\\Velmora\\Management Agent\\Plug-Ins\\Lamp";
 constexpr DWORD kNone = 0xFFFFFFFF;
@@ -17,13 +17,10 @@ protected:
     /** A case without any key of the product. @param failures  Whether platform calls and allocations fail. */
     void Case(const std::string& title, bool failures, const Body& body)
     {
-        const auto remove = [] {
-            kit::RemoveKeyTree(kProduct, kit::View::kOwn);
-            RegDeleteKeyA(HKEY_LOCAL_MACHINE, "Software\\Norrin Vale"); // only if it is empty
-        };
-        remove();
-        BehaviorTest::Case(title, {.failures = failures, .allocations = failures},
-                           [&](Stage& stage) { body(stage), remove(); });
+        BehaviorTest::Case(title, {.failures = failures, .allocations = failures}, [&](Stage& stage) {
+            const NoProductKeys none;
+            body(stage);
+        });
     }
 };
 
@@ -54,20 +51,16 @@ TEST_F(ComponentRecords, PlugIns)
         const std::string text(2100, 'x');
         for (const size_t length : {2100, 100})
             stage.HideText(text.substr(0, length), "<" + std::to_string(length) + ">");
-        for (int missing = 0; missing < 6; ++missing)
-            stage.Call(&TARVO_RegisterKobaPlugInEx, 77, 1, 2, 3,
-                       missing == 0   ? nullptr
-                       : missing == 4 ? text.c_str()
-                                      : "Lamp",
-                       missing == 1   ? nullptr
-                       : missing == 5 ? text.c_str()
-                                      : "1",
-                       missing == 2 ? nullptr : "p", missing == 3 ? nullptr : "", kNone, kNone, kNone);
+        const char* const bad[][4] = {{nullptr, "1", "p", ""},      {"Lamp", nullptr, "p", ""},
+                                      {"Lamp", "1", nullptr, ""},   {"Lamp", "1", "p", nullptr},
+                                      {text.c_str(), "1", "p", ""}, {"Lamp", text.c_str(), "p", ""}};
+        for (const auto& [name, version, path, depends] : bad)
+            stage.Call(&TARVO_RegisterKobaPlugInEx, 77, 1, 2, 3, name, version, path, depends, kNone, kNone, kNone);
         stage.TellValue(kLamp, "DisplayName");
-        const std::pair<const char*, const char*> rows[] = {
-            {nullptr, "p"}, {"Lamp", nullptr}, {text.c_str(), "p"}, {"Lamp", text.c_str()}};
-        for (const auto& [name, path] : rows)
-            stage.Call(&TARVO_RegisterKobPlugIn, name, path);
+        stage.Call(&TARVO_RegisterKobPlugIn, nullptr, "p");
+        stage.Call(&TARVO_RegisterKobPlugIn, "Lamp", nullptr);
+        stage.Call(&TARVO_RegisterKobPlugIn, text, "p");
+        stage.Call(&TARVO_RegisterKobPlugIn, "Lamp", text);
     });
     Case("an entry that cannot be written ends the registration", false, [](Stage& stage) {
         kit::ImportHook set("RegSetValueExA", &RegSetValueExA);
@@ -75,8 +68,6 @@ TEST_F(ComponentRecords, PlugIns)
             set.FailNth(nth, 0, ERROR_DISK_FULL);
             stage.Call(&TARVO_RegisterKobaPlugInEx, 77, 1, 2, 3, "Lamp", "1", "p", "", 4, 5, 6);
         }
-        set.FailAll(0, ERROR_DISK_FULL);
-        stage.Call(&TARVO_RegisterKobPlugIn, "Lamp", "p");
     });
     Case("a property of a plug-in", true, [](Stage& stage) {
         static const char data[] = "\1\0\2";
@@ -105,7 +96,7 @@ TEST_F(ComponentRecords, Console)
     };
     Case("the console is started from the product's directory, and from the same one again", true, [=](Stage& stage) {
         write(kAgent, "InstallationDirectory", "");
-        write(kProduct, "InstallationRootDirectory", "C:\\root");
+        write(kProductKey, "InstallationRootDirectory", "C:\\root");
         start(stage, 33);
         write(kAgent, "InstallationDirectory", "C:\\agent");
         start(stage, 33);
@@ -113,14 +104,14 @@ TEST_F(ComponentRecords, Console)
     Case("the agent's directory comes first, and is looked for until it is there", false, [=](Stage& stage) {
         start(stage, 33);
         write(kAgent, "InstallationDirectory", "C:\\agent\\");
-        write(kProduct, "InstallationRootDirectory", "C:\\root");
+        write(kProductKey, "InstallationRootDirectory", "C:\\root");
         start(stage, 32);
         stage.Call(&TARVO_StopKOB);
     });
     for (const size_t length : {256, 300}) {
         Case("no room behind " + std::to_string(length), false, [=](Stage& stage) {
             write(kAgent, "InstallationDirectory", std::string(length, 'x'));
-            write(kProduct, "InstallationRootDirectory", std::string(256, 'x'));
+            write(kProductKey, "InstallationRootDirectory", std::string(256, 'x'));
             kit::ImportHook read("RegQueryValueExA", &RegQueryValueExA);
             read.Answer([&](HKEY from, const char* name, DWORD*, DWORD*, BYTE* bytes, DWORD* size) {
                 memset(bytes, 'y', *size); // as Windows may, where it then fails
@@ -181,11 +172,10 @@ TEST_F(ComponentRecords, Policy)
         install(stage, "FROM", "Policy.dpf", "from");
     });
     Case("what is missing, too long or not copied is not recorded", false, [](Stage& stage) {
-        const std::string longPath(250, 'x');
-        const std::pair<const char*, const char*> rows[] = {
-            {nullptr, "C:\\to"}, {"C:\\a.dpf", nullptr}, {"C:\\policy.dpf", longPath.c_str()}, {"C:\\no.dpf", "C:\\"}};
-        for (const auto& [source, directory] : rows)
-            stage.Call(&TARVO_InstallDefaultPolicyFile, source, directory);
+        stage.Call(&TARVO_InstallDefaultPolicyFile, nullptr, "C:\\to");
+        stage.Call(&TARVO_InstallDefaultPolicyFile, "C:\\a.dpf", nullptr);
+        stage.Call(&TARVO_InstallDefaultPolicyFile, "C:\\policy.dpf", std::string(250, 'x'));
+        stage.Call(&TARVO_InstallDefaultPolicyFile, "C:\\no.dpf", "C:\\");
         stage.Call(&TARVO_InstallDefaultPolicyFile, Stage::Folder("missing.dpf"), Stage::Folder("to\\"));
     });
 }

@@ -1,5 +1,3 @@
-// What no export shows of the list.
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,10 +16,10 @@ TEST(PendingList, LookUpTouchesFewEntries)
     auto chains = std::make_unique<PendingChains>();
     int longest = 0;
     for (int slot = 0; slot < PendingChains::kMaxSlots; ++slot) {
-        const std::string path = "\\??\\C:\\Program Files\\Vendor\\bin" + std::to_string(slot % 7) + "\\module" +
-                                 std::to_string(slot) + ".dll";
-        chains->Add(slot, HashNoCase(path.c_str()));
-        longest = std::max(longest, chains->Length(HashNoCase(path.c_str())));
+        const std::string folder = "\\??\\C:\\Program Files\\Vendor\\bin" + std::to_string(slot % 7);
+        const auto hash = HashNoCase((folder + "\\module" + std::to_string(slot) + ".dll").c_str());
+        chains->Add(slot, hash);
+        longest = std::max(longest, chains->Length(hash));
     }
     EXPECT_LE(longest, 12);
 }

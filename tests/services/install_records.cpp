@@ -39,7 +39,7 @@ TEST_F(InstallRecords, Installing)
          });
     Case("a service that is there is changed only if that is asked for", {.failures = false}, [](Stage& stage) {
         TestService service(kName);
-        service.Install("");
+        service.Install();
         Install(stage, "C:\\x.exe");
         Install(stage, "C:\\x.exe", kOwn, TRUE);
         const kit::ImportHook change("ChangeServiceConfigA", &ChangeServiceConfigA, ERROR_INVALID_DATA, FALSE);
@@ -59,13 +59,13 @@ TEST_F(InstallRecords, Changing)
     Open("services/changing");
     Case("a service is changed, described, enabled and recorded", [](Stage& stage) {
         TestService service(kName);
-        service.Install("");
+        service.Install();
         stage.Call(&TARVO_ChangeServiceConfig, nullptr, kName, SERVICE_DISABLED, kKeep, "C:\\y.exe -s", nullptr,
                    nullptr, "Other");
     });
     Case("what is not given is kept, what is given reaches the system", {.failures = false}, [](Stage& stage) {
         TestService service(kName);
-        service.Install("");
+        service.Install();
         stage.Call(&TARVO_ChangeServiceConfig, "", kName, kKeep, kKeep, nullptr, nullptr, nullptr, nullptr);
         const kit::ImportHook change("ChangeServiceConfigA", &ChangeServiceConfigA, 0, TRUE);
         stage.Call(&TARVO_ChangeServiceConfig, nullptr, kName, kDemand, SERVICE_KERNEL_DRIVER, "C:\\y.sys", ".\\me",
@@ -75,7 +75,7 @@ TEST_F(InstallRecords, Changing)
         static char text[] = "Told";
         static SERVICE_DESCRIPTIONA description = {text};
         TestService service(kName);
-        service.Install("");
+        service.Install();
         stage.Call(&TARVO_ChangeServiceConfig2, nullptr, kName, SERVICE_CONFIG_DESCRIPTION,
                    reinterpret_cast<DWORD>(&description));
     });
@@ -90,7 +90,7 @@ TEST_F(InstallRecords, Asking)
     };
     Case("a configuration is read", [=](Stage& stage) {
         TestService service(kName);
-        service.Install("", kOwn | SERVICE_INTERACTIVE_PROCESS);
+        service.Install(kOwn | SERVICE_INTERACTIVE_PROCESS);
         getConfig(stage);
     });
     Case("texts are cut to their places, a configuration may grow, and need not be asked for", {.failures = false},
@@ -99,7 +99,7 @@ TEST_F(InstallRecords, Asking)
              for (const size_t length : {1023, 259, 50})
                  stage.HideText(text.substr(0, length), "<" + std::to_string(length) + ">");
              TestService service(kName);
-             service.Install("");
+             service.Install();
              kit::ImportHook query("QueryServiceConfigA", &QueryServiceConfigA);
              query.Answer([&](SC_HANDLE handle, QUERY_SERVICE_CONFIGA* config, DWORD size, DWORD* needed) {
                  if (query.Calls() == 2)

@@ -4,8 +4,12 @@
 
 namespace {
 
-using UninstallRecords = kit::BehaviorTest;
 using kit::Stage;
+
+class UninstallRecords : public kit::BehaviorTest {
+protected:
+    static constexpr Ways kOnce = {.failures = false, .allocations = false};
+};
 
 std::string Subfolder(const std::string& name)
 {
@@ -34,17 +38,16 @@ TEST_F(UninstallRecords, Recording)
         stage.Call(&TARVO_AddFileToUninstallLog, "C:\\second");
         stage.Call(&TARVO_AddFileToUninstallLog, "c:\\FIRST=1");
     });
-    Case("missing texts are refused and leave the log as it is", {.failures = false, .allocations = false},
-         [](Stage& stage) {
-             stage.Call(&TARVO_AddRollbackEntry, "Own", "entry", "value", TRUE);
-             stage.Call(&TARVO_AddRollbackEntry, nullptr, "entry", "value", TRUE);
-             stage.Call(&TARVO_AddRollbackEntry, "Own", nullptr, "value", TRUE);
-             stage.Call(&TARVO_AddRollbackEntry, "Own", "entry", nullptr, TRUE);
-             stage.Call(&TARVO_AddRollbackEntry, "Own", "entry", nullptr, FALSE);
-             stage.Call(&TARVO_AddFileToUninstallLog, nullptr);
-             stage.Call(&TARVO_SetCustomUnInstallString, nullptr, "value");
-             stage.Call(&TARVO_SetCustomUnInstallString, "name", nullptr);
-         });
+    Case("missing texts are refused and leave the log as it is", kOnce, [](Stage& stage) {
+        stage.Call(&TARVO_AddRollbackEntry, "Own", "entry", "value", TRUE);
+        stage.Call(&TARVO_AddRollbackEntry, nullptr, "entry", "value", TRUE);
+        stage.Call(&TARVO_AddRollbackEntry, "Own", nullptr, "value", TRUE);
+        stage.Call(&TARVO_AddRollbackEntry, "Own", "entry", nullptr, TRUE);
+        stage.Call(&TARVO_AddRollbackEntry, "Own", "entry", nullptr, FALSE);
+        stage.Call(&TARVO_AddFileToUninstallLog, nullptr);
+        stage.Call(&TARVO_SetCustomUnInstallString, nullptr, "value");
+        stage.Call(&TARVO_SetCustomUnInstallString, "name", nullptr);
+    });
     Case("without recording nothing fails", {.records = false}, [](Stage& stage) {
         const std::string log = Stage::Folder("x.log");
         stage.Call(&TARVO_StopUninstallLogging);
@@ -62,7 +65,7 @@ TEST_F(UninstallRecords, Recording)
         stage.Call(&TARVO_AddFileToUninstallLog, "new");
         stage.TellFolder();
     });
-    Case("a start that fails leaves the earlier log", {.failures = false, .allocations = false}, [](Stage& stage) {
+    Case("a start that fails leaves the earlier log", kOnce, [](Stage& stage) {
         const std::string log = Stage::File("x.log");
         SetFileAttributesA(log.c_str(), FILE_ATTRIBUTE_READONLY);
         const kit::ImportHook set("SetFileAttributesA", &SetFileAttributesA, ERROR_ACCESS_DENIED, FALSE);
@@ -70,28 +73,25 @@ TEST_F(UninstallRecords, Recording)
         stage.Call(&TARVO_StartUninstallLogging, nullptr, "plug-in");
         stage.Call(&TARVO_AddRollbackEntry, "Own", nullptr, "item", FALSE);
     });
-    Case("the last start counts, a name of 300 characters cut to 259", {.failures = false, .allocations = false},
-         [](Stage& stage) {
-             kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA);
-             write.Answer([&](const char*, const char*, const char*, const char* file) {
-                 return stage.Tell("characters of the name", std::to_string(strlen(file))), TRUE;
-             });
-             TARVO_StartUninstallLogging(("C:\\" + std::string(297, 'x')).c_str(), nullptr);
-             TARVO_AddFileToUninstallLog("item");
-         });
-    Case("registry entries stand in the section of their view", {.failures = false, .allocations = false},
-         [](Stage& stage) {
-             for (const kit::View view : {kit::View::kOwn, kit::View::k64})
-                 kit::MakeKey(Stage::Key(), view);
-             for (const BOOL own : {TRUE, FALSE})
-                 TARVO_CreateRegistryEntryEx((Stage::Locator("k") + R"(\\name|data)").c_str(), REG_SZ, FALSE, own);
-             stage.Tell("done", "yes");
-         });
+    Case("the last start counts, a name of 300 characters cut to 259", kOnce, [](Stage& stage) {
+        kit::ImportHook write("WritePrivateProfileStringA", &WritePrivateProfileStringA);
+        write.Answer([&](const char*, const char*, const char*, const char* file) {
+            return stage.Tell("characters of the name", std::to_string(strlen(file))), TRUE;
+        });
+        TARVO_StartUninstallLogging(("C:\\" + std::string(297, 'x')).c_str(), nullptr);
+        TARVO_AddFileToUninstallLog("item");
+    });
+    Case("registry entries stand in the section of their view", kOnce, [](Stage& stage) {
+        for (const kit::View view : {kit::View::kOwn, kit::View::k64})
+            kit::MakeKey(Stage::Key(), view);
+        for (const BOOL own : {TRUE, FALSE})
+            TARVO_CreateRegistryEntryEx((Stage::Locator("k") + R"(\\name|data)").c_str(), REG_SZ, FALSE, own);
+        stage.Tell("done", "yes");
+    });
 }
 
 TEST_F(UninstallRecords, Log)
 {
-    constexpr Ways kOnce = {.failures = false, .allocations = false};
     Open("uninstall/log");
     Case("no log is open", kOnce, [](Stage& stage) {
         kit::OutPlace& buffer = stage.Text("buffer", 8);
@@ -146,7 +146,7 @@ TEST_F(UninstallRecords, Files)
         stage.TellFolder();
         stage.TellPending();
     });
-    Case("a shortcut goes by its own section", {.failures = false, .allocations = false}, [](Stage& stage) {
+    Case("a shortcut goes by its own section", kOnce, [](Stage& stage) {
         Subfolder("d");
         OpenLog({"[Files]", Stage::File("f") + "=1", "[Shortcuts]", Stage::File("d\\f.lnk") + "=1"});
         stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_SHORTCUTS);
@@ -161,16 +161,15 @@ TEST_F(UninstallRecords, Files)
         stage.TellFolder();
         stage.TellPending();
     });
-    Case("a file that can be neither deleted nor deferred stays", {.failures = false, .allocations = false},
-         [](Stage& stage) {
-             const std::string file = Stage::File("f");
-             const kit::FileLock lock(file);
-             const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
-             OpenLog({"[Files]", file + "=1"});
-             stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
-             stage.TellFolder();
-         });
-    Case("lines that are not marked are passed over", {.failures = false, .allocations = false}, [](Stage& stage) {
+    Case("a file that can be neither deleted nor deferred stays", kOnce, [](Stage& stage) {
+        const std::string file = Stage::File("f");
+        const kit::FileLock lock(file);
+        const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
+        OpenLog({"[Files]", file + "=1"});
+        stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
+        stage.TellFolder();
+    });
+    Case("lines that are not marked are passed over", kOnce, [](Stage& stage) {
         const std::string file = Stage::File("f");
         SetCurrentDirectoryA(Stage::Folder().c_str());
         Stage::File("relative");
@@ -209,91 +208,47 @@ TEST_F(UninstallRecords, Registry)
     });
 }
 
-/** How a running service takes its stop. */
-struct Obedience {
-    DWORD refusal; // of the stop
-    bool stops;
-    DWORD failure; // of later questions for the state
-};
-
-/** Services of the manager that it tells to be running, if they are to. */
-class Services {
-public:
-    explicit Services(const std::vector<const char*>& names, DWORD state, Obedience obedience = {})
-        : state_(state), query_("QueryServiceStatus", &QueryServiceStatus), control_("ControlService", &ControlService),
-          ticks_("GetTickCount", &GetTickCount), sleeps_("Sleep", &Sleep)
-    {
-        ticks_.Answer([this] { return now_; });
-        sleeps_.Answer([this](DWORD milliseconds) { now_ += milliseconds; });
-        for (const char* name : names)
-            services_.emplace_back(name).Install("plain");
-        query_.Answer([this](SC_HANDLE, SERVICE_STATUS* status) {
-            *status = {SERVICE_WIN32_OWN_PROCESS, state_, SERVICE_ACCEPT_STOP, 0, 0, 0, 0};
-            SetLastError(failure_);
-            return !failure_;
-        });
-        control_.Answer([this, obedience](SC_HANDLE, DWORD, SERVICE_STATUS*) {
-            state_ = obedience.stops ? SERVICE_STOPPED : state_;
-            failure_ = obedience.failure;
-            SetLastError(obedience.refusal);
-            return !obedience.refusal;
-        });
-    }
-
-    /** @return the names of those that are still there. */
-    std::vector<std::string> Left() const
-    {
-        std::vector<std::string> left;
-        for (const TestService& service : services_) {
-            if (service.Exists())
-                left.emplace_back(service.Name());
-        }
-        return left;
-    }
-
-private:
-    DWORD state_;
-    DWORD failure_ = ERROR_SUCCESS;
-    std::deque<TestService> services_;
-    kit::ImportHook<decltype(&QueryServiceStatus)> query_;
-    kit::ImportHook<decltype(&ControlService)> control_;
-    DWORD now_ = 0; // a sleep takes no time and moves the clock on
-    kit::ImportHook<decltype(&GetTickCount)> ticks_;
-    kit::ImportHook<decltype(&Sleep)> sleeps_;
-};
+/** Removes the services that a log lists. */
+void RemoveServices(Stage& stage, const std::vector<std::string>& lines, const PlayedService& played = PlayedService())
+{
+    OpenLog(lines);
+    stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_SERVICES);
+    stage.Tell("removed", played.Removed());
+}
 
 TEST_F(UninstallRecords, Services)
 {
     Open("uninstall/services");
-    Case("lines say whether the service goes", {.failures = false, .sleeps = true}, [](Stage& stage) {
-        const Services services({"TarvoA", "TarvoB", "TarvoC", "Tarvo=D", "TarvoE", "TarvoF", "TarvoG", "TarvoH"},
-                                SERVICE_STOPPED);
-        OpenLog({"[Files]", "TarvoG=1", "[Services]", "TarvoMissing=1", "TarvoC", "TarvoA=1", "tarvob=12x", "Tarvo=D=1",
-                 "TarvoE=-1", "TarvoF=0", "TarvoG=", "TarvoH=x1"});
-        stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_SERVICES);
-        stage.Tell("left", services.Left());
+    Case("lines say whether the service goes", {.failures = false}, [](Stage& stage) {
+        RemoveServices(stage,
+                       {"[Files]", "TarvoG=1", "[Services]", "TarvoMissing=1", "TarvoC", "TarvoA=1", "tarvob=12x",
+                        "Tarvo=D=1", "TarvoE=-1", "TarvoF=0", "TarvoG=", "TarvoH=x1"},
+                       PlayedService({SERVICE_STOPPED}));
     });
-    Case("a running service is stopped, and removed whether it stops or not",
-         {.failures = false, .allocations = false, .sleeps = true}, [](Stage& stage) {
-             constexpr Obedience kObediences[] = {
-                 {0, true, 0},  {ERROR_INVALID_SERVICE_CONTROL, false, 0}, {ERROR_SERVICE_CANNOT_ACCEPT_CTRL, false, 0},
-                 {0, false, 0}, {0, false, ERROR_ACCESS_DENIED},
-             };
-             OpenLog({"[Services]", "TarvoStep=1"});
-             for (const Obedience& obedience : kObediences) {
-                 const Services services({"TarvoStep"}, SERVICE_RUNNING, obedience);
-                 stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_SERVICES);
-                 stage.Tell("left", services.Left());
-             }
-         });
-    Case("the product's own services are removed as they run",
-         {.failures = false, .allocations = false, .sleeps = true}, [](Stage& stage) {
-             const Services services({"Velmora Warden", "Velmora Sieve", "Velmora Scout", "Velmora Sieve2"},
-                                     SERVICE_RUNNING);
-             OpenLog({"[Services]", "Velmora Warden=1", "vELMORA sIEVE=1", "Velmora Scout=1", "Velmora Sieve2=1"});
-             stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_SERVICES);
-             stage.Tell("left", services.Left());
-         });
+    const struct {
+        DWORD refusal;
+        std::vector<DWORD> states;
+        int failingQuestion = 0;
+    } rows[] = {
+        {0, {SERVICE_RUNNING, SERVICE_RUNNING, SERVICE_STOPPED}},
+        {ERROR_INVALID_SERVICE_CONTROL, {SERVICE_RUNNING}},
+        {ERROR_SERVICE_CANNOT_ACCEPT_CTRL, {SERVICE_RUNNING}},
+        {0, {SERVICE_RUNNING}},
+        {0, {SERVICE_RUNNING}, 3},
+    };
+    Case("a running service is stopped, and removed whether it stops or not", kOnce, [&](Stage& stage) {
+        for (const auto& [refusal, states, failingQuestion] : rows) {
+            const PlayedService played(states);
+            kit::ImportHook control("ControlService", &ControlService, refusal, refusal ? FALSE : TRUE);
+            kit::ImportHook query("QueryServiceStatus", &QueryServiceStatus);
+            query.FailNth(failingQuestion, ERROR_ACCESS_DENIED, FALSE);
+            RemoveServices(stage, {"[Services]", "TarvoStep=1"}, played);
+        }
+    });
+    Case("the product's own services are removed as they run", kOnce, [](Stage& stage) {
+        RemoveServices(stage,
+                       {"[Services]", "Velmora Warden=1", "vELMORA sIEVE=1", "Velmora Scout=1", "Velmora Sieve2=1"});
+    });
 }
 
 } // namespace
