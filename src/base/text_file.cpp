@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <cstring>
+
 namespace tarvo {
 
 bool TextFile::Open(const char* path)
@@ -31,15 +33,22 @@ bool TextFile::ReadLine(char* line, int size)
 TextFile::Line TextFile::ReadLine(GrowingBytes& line)
 {
     char piece[1024];
+    bool read = false;
+    bool zeroMet = false;
     line.Clear();
-    while (ReadLine(piece, sizeof piece)) {
-        const std::string_view bytes = piece;
-        if (!line.Append(bytes))
+    for (bool ended = false; !ended; read = true) {
+        // What fgets leaves of this tells how much it has read, zeros in it included.
+        memset(piece, '\n', sizeof piece);
+        if (!ReadLine(piece, sizeof piece))
+            break;
+        const auto* feed = static_cast<const char*>(memchr(piece, '\n', sizeof piece));
+        ended = feed && feed + 1 < piece + sizeof piece && feed[1] == '\0';
+        const char* end = !feed ? piece + sizeof piece - 1 : ended ? feed + 1 : feed - 1;
+        if (!zeroMet && !line.Append(piece))
             return Line::kNoMemory;
-        if (bytes.size() < sizeof piece - 1 || bytes.ends_with('\n'))
-            return Line::kRead;
+        zeroMet = zeroMet || piece + strlen(piece) < end;
     }
-    return line.Size() ? Line::kRead : Line::kEnd;
+    return read ? Line::kRead : Line::kEnd;
 }
 
 } // namespace tarvo

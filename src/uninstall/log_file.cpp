@@ -85,10 +85,11 @@ DWORD MoveIfWhole(DWORD code, const char* beside, const char* path)
     return code;
 }
 
-/** @return false if the name does not fit */
+/** @return false if no name fits */
 [[nodiscard]] bool NameBeside(const PathText& path, PathText& beside)
 {
-    return beside.Format("%s%s", path.Get(), kNewSuffix);
+    return beside.Format("%s%s", path.Get(), kNewSuffix) ||
+           JoinPath(beside, FolderPart(SplitPath(path.Get())), kNewSuffix);
 }
 
 } // namespace
@@ -181,7 +182,8 @@ DWORD LogFile::Append(HANDLE file, std::string_view bytes)
     SetFilePointer(file, static_cast<LONG>(stamp_.size), &high, FILE_BEGIN);
     if (const DWORD code = WriteBytes(file, bytes))
         return code;
-    return StampNow(file, stamp_);
+    RememberStamp(file);
+    return ERROR_SUCCESS;
 }
 
 DWORD LogFile::Replace(const PathText& path)
@@ -204,7 +206,15 @@ DWORD LogFile::WriteAll(HANDLE file)
         if (const DWORD code = WriteBytes(file, section->Text()))
             return code;
     }
-    return StampNow(file, stamp_);
+    RememberStamp(file);
+    return ERROR_SUCCESS;
+}
+
+/** What was written is written; a file that tells nothing of itself is read again. */
+void LogFile::RememberStamp(HANDLE file)
+{
+    if (StampNow(file, stamp_) != ERROR_SUCCESS)
+        loaded_ = false;
 }
 
 /** The platform's writer empties a file before it fills it: it gets a copy. */
@@ -227,6 +237,8 @@ DWORD LogFile::Flush(const PathText& path)
 {
     const UniqueFile file(
         CreateFileA(path.Get(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file && GetLastError() == ERROR_FILE_NOT_FOUND)
+        return ERROR_SUCCESS; // nothing has been recorded
     return CodeOf(file && FlushFileBuffers(file.Get()));
 }
 

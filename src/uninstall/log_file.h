@@ -54,6 +54,7 @@ private:
     DWORD Append(HANDLE file, std::string_view bytes);
     DWORD Replace(const PathText& path);
     DWORD WriteAll(HANDLE file);
+    void RememberStamp(HANDLE file);
     DWORD PutByPlatform(const PathText& path, const LogEntry& entry);
 
     LogText text_;

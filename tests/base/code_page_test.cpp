@@ -155,11 +155,11 @@ TEST_F(CodePages, ACharacterCountsAsOneAndHalfOfOneToo)
     if (GetACP() != 932)
         return;
     const std::string four = "\x83\x5C\x83\x5C\x83\x5C\x83\x5C";
-    kit::WriteFile(log_, "[Files]\r\n" + four + "=1\r\nmissing=1\r\n");
+    kit::WriteFile(log_, "[Files]\r\nC:\\" + four + "=1\r\nC:\\missing=1\r\n");
     const kit::TraceLog trace(Scratch().Path("trace.log"));
     Replay(TARVO_UNINSTALL_FILES);
-    EXPECT_EQ((std::vector<std::string>{"File or directory [missing] does not exist...",
-                                        "File or directory [" + four + "] does not exist..."}),
+    EXPECT_EQ((std::vector<std::string>{"File or directory [C:\\missing] does not exist...",
+                                        "File or directory [C:\\" + four + "] does not exist..."}),
               MessagesThatBegin(trace, "File or directory"));
     TARVO_SetPFOsImmediateFlush(0); // the value cannot hold it
     char found[MAX_PATH] = {};

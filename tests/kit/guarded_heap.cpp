@@ -53,6 +53,13 @@ public:
         freed_[pages].push_back(page);
     }
 
+    /** Begins anew once no block is alive. */
+    void Reuse()
+    {
+        next_ = begin_;
+        freed_.clear();
+    }
+
     bool Contains(const void* at) const { return at >= begin_ && at < end_; }
 
 private:
@@ -166,6 +173,7 @@ GuardedHeap::~GuardedHeap()
     for (const auto& [address, block] : live)
         region.Return(block.page, PagesFor(block.size));
     live.clear();
+    region.Reuse();
 }
 
 void GuardedHeap::Patch(HMODULE module, const char* function, void* replacement)

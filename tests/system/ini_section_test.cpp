@@ -11,13 +11,13 @@ namespace {
 using IniSection = kit::LibraryTest;
 using Texts = std::vector<std::string>;
 
-/** The lines of a section, as a pass reads them that takes at most so many bytes of a line at once. */
-Texts LinesOf(std::string content, const std::string& section, size_t longest)
+/** The lines of a section, line feeds included. */
+Texts LinesOf(std::string content, const std::string& section)
 {
     Texts lines;
     bool inside = false;
     while (!content.empty()) {
-        const size_t end = std::min({content.find('\n'), content.size() - 1, longest - 1}) + 1;
+        const size_t end = std::min(content.find('\n'), content.size() - 1) + 1;
         const std::string line = content.substr(0, end).c_str(); // a zero ends it
         content.erase(0, end);
         const size_t open = line.find_first_not_of(' ');
@@ -66,23 +66,20 @@ TEST_F(IniSection, EveryFileIsReadByTheRules)
         for (size_t at = 0; (at = content.find("\r\n", at)) != content.npos; ++at)
             content.erase(at, 1);
         const std::string section = dice.Of(Texts{"s", "s", "S", "s ", "", "ss"});
-        // The counting pass takes 1022 bytes at a time, the copying one 1023.
         size_t required = 1;
-        for (const std::string& line : LinesOf(content, section, 1022))
+        for (const std::string& line : LinesOf(content, section))
             required += line.size() + 1;
         required = std::max<size_t>(required, 2);
-        const std::string list = ListOf(LinesOf(content, section, 1023));
-        for (const size_t room : {size_t{0}, required - 1, required, list.size() - 1, list.size(), 40000u}) {
+        const std::string list = ListOf(LinesOf(content, section));
+        for (const size_t room : {size_t{0}, required - 1, required, size_t{40000}}) {
             SCOPED_TRACE(kit::Dice::Place(step) + ", " + std::to_string(room));
             std::string buffer(room + 9, '~');
             DWORD size = static_cast<DWORD>(room);
-            const bool fits = room >= required && room >= list.size();
+            const bool fits = room >= required;
             EXPECT_EQ(fits ? 0U : 234U, TARVO_ReadIniFileSection(file.c_str(), section.c_str(), buffer.data(), &size));
-            EXPECT_EQ(room >= required && !fits ? list.size() : required, size);
+            EXPECT_EQ(required, size);
             EXPECT_EQ("~~~~~~~~~", buffer.substr(room));
-            if (fits || room < required) {
-                EXPECT_EQ(fits ? list : "", buffer.substr(0, buffer.find_last_not_of('~') + 1));
-            }
+            EXPECT_EQ(fits ? list : "", buffer.substr(0, buffer.find_last_not_of('~') + 1));
         }
     }
 }
