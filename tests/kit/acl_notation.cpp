@@ -110,16 +110,13 @@ std::vector<BYTE> Make(std::string_view text)
 {
     std::vector<BYTE> list(sizeof(ACL));
     WORD count = 0;
+    const BYTE revision = text.find("object-") == text.npos ? ACL_REVISION : ACL_REVISION_DS;
     for (; !text.empty(); ++count) {
         const size_t bar = text.find(" | ");
         Append(list, text.substr(0, bar));
         text.remove_prefix(bar == text.npos ? text.size() : bar + 3);
     }
-    ACL head = {ACL_REVISION, 0, static_cast<WORD>(list.size()), count, 0};
-    for (size_t at = sizeof head; at < list.size(); at += reinterpret_cast<ACE_HEADER*>(&list[at])->AceSize) {
-        if (list[at] == ACCESS_ALLOWED_OBJECT_ACE_TYPE)
-            head.AclRevision = ACL_REVISION_DS;
-    }
+    const ACL head = {revision, 0, static_cast<WORD>(list.size()), count, 0};
     memcpy(list.data(), &head, sizeof head);
     return list;
 }

@@ -15,8 +15,6 @@ namespace {
 constexpr char kFolder[] = "C:\\tarvo-record";
 constexpr char kUninstallLog[] = "C:\\tarvo-record.ini";
 constexpr char kKey[] = "Software\\TarvoTests\\record";
-constexpr BYTE kFill = 0xEE;
-constexpr size_t kBehind = 16;
 constexpr int kNoLog = -1;
 constexpr int kAllDetails = 255;
 
@@ -35,21 +33,6 @@ std::string LogPath()
 std::string RecordPath(const std::string& name)
 {
     return ProgramFolder() + "\\..\\..\\..\\tests\\" + name + ".record";
-}
-
-void Replace(std::string& text, const std::string& what, const std::string& with)
-{
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-}
-
-/** The system's text for a code as service failures have it, with its line end. */
-std::string TextWithLineEnd(DWORD code)
-{
-    char text[1024] = {};
-    FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text, sizeof text,
-                   nullptr);
-    return text;
 }
 
 bool IsOnStack(DWORD number)
@@ -116,12 +99,10 @@ std::string Recorded()
 }
 
 std::string ShowFile(const std::string& path)
-{
-    try {
-        return Quoted(ReadFile(path));
-    } catch (const std::exception&) {
-        return "locked";
-    }
+try {
+    return Quoted(ReadFile(path));
+} catch (const std::exception&) {
+    return "locked";
 }
 
 /** Adds all that is below a folder, as "name "content"" and "name\", in the order of names. */
@@ -155,12 +136,83 @@ void ClearTheStage()
     PendingValue::Remove();
 }
 
-} // namespace
+/** A line of a record: one of the log, or a call. */
+struct Line {
+    char severity; // 0 for a call
+    int detail;
+    size_t indentation;
+    std::string text;
+    const PlatformCall* call;
+};
+using Lines = std::vector<Line>;
 
-OutPlace::OutPlace(std::string label, size_t size, bool isText)
-    : label_(std::move(label)), size_(size), isText_(isText), bytes_(size + kBehind, kFill)
+/** A folded block shows the first line in it that was wanted. */
+std::string_view WithoutFirstLine(std::string_view line)
 {
+    if (!line.starts_with("{ TARVO_") || !line.ends_with(" }"))
+        return line;
+    return line.substr(0, std::min(line.find(':'), line.size() - 2)); // it may be without one
 }
+
+/** @return for each line of whole, whether it is in part, a part of it in the same order: the longest that fits. */
+std::vector<bool> FindIn(const Lines& whole, const Lines& part)
+{
+    const auto same = [](const Line& left, const Line& right) {
+        return left.severity == right.severity && left.severity && left.indentation == right.indentation &&
+               WithoutFirstLine(left.text) == WithoutFirstLine(right.text);
+    };
+    std::vector longest(whole.size() + 1, std::vector<size_t>(part.size() + 1));
+    for (size_t i = whole.size(); i-- > 0;) {
+        for (size_t j = part.size(); j-- > 0;)
+            longest[i][j] =
+                same(whole[i], part[j]) ? longest[i + 1][j + 1] + 1 : std::max(longest[i + 1][j], longest[i][j + 1]);
+    }
+    std::vector<bool> found(whole.size());
+    for (size_t i = 0, j = 0; i < whole.size() && j < part.size();) {
+        if (same(whole[i], part[j]) && longest[i][j] == longest[i + 1][j + 1] + 1)
+            found[i++] = ++j;
+        else
+            ++(longest[i + 1][j] >= longest[i][j + 1] ? i : j);
+    }
+    return found;
+}
+
+/** A closing line says nothing new where it stands right. */
+std::vector<bool> ClosingLines(const Lines& lines)
+{
+    std::vector<bool> closing(lines.size());
+    std::vector<size_t> open;
+    for (size_t index = 0; index < lines.size(); ++index) {
+        const Line& line = lines[index];
+        if (line.severity && line.text.starts_with("{ ") && !line.text.ends_with(" }"))
+            open.push_back(index);
+        if (!line.severity || !line.text.starts_with("} ") || open.empty())
+            continue;
+        const Line& opening = lines[open.back()];
+        closing[index] = opening.text.substr(2) == line.text.substr(2) && opening.severity == line.severity &&
+                         opening.detail == line.detail && opening.indentation == line.indentation;
+        open.pop_back();
+    }
+    return closing;
+}
+
+std::string Written(const Line& line)
+{
+    const std::string indentation(line.indentation, ' ');
+    if (!line.severity)
+        return "   " + indentation + "> " + line.text + "\n";
+    return line.severity + std::to_string(line.detail) + " " + indentation + line.text + "\n";
+}
+
+std::vector<std::string> CallsOf(const Lines& lines)
+{
+    std::vector<std::string> calls;
+    for (const Line& line : lines)
+        calls.insert(calls.end(), !line.severity, line.text);
+    return calls;
+}
+
+} // namespace
 
 std::string OutPlace::Show() const
 {
@@ -169,14 +221,13 @@ std::string OutPlace::Show() const
         return label_ + ": written behind its end";
     if (std::all_of(bytes_.begin(), bytes_.end(), filled))
         return label_ + ": untouched";
-    if (!isText_) {
-        DWORD number = 0;
+    if (!size_) {
+        int number = 0;
         memcpy(&number, bytes_.data(), sizeof number);
-        return label_ + ": " + std::to_string(static_cast<int>(number));
+        return label_ + ": " + std::to_string(number);
     }
     std::string_view text(reinterpret_cast<const char*>(bytes_.data()), size_);
-    const size_t end = text.find_last_not_of(static_cast<char>(kFill));
-    text = text.substr(0, end + 1);
+    text = text.substr(0, text.find_last_not_of(static_cast<char>(kFill)) + 1);
     // The zero that ends it is left out; zeros behind that are the platform's.
     return label_ + ": " + Quoted(text.substr(0, std::min(text.find_last_not_of('\0') + 1, text.size())));
 }
@@ -209,21 +260,9 @@ std::string Stage::Key(const std::string& sub)
     return sub.empty() ? kKey : std::string(kKey) + "\\" + sub;
 }
 
-std::string Stage::Locator(const std::string& sub)
-{
-    return "HKEY_LOCAL_MACHINE\\" + Key(sub);
-}
-
-OutPlace& Stage::Number(const char* label)
-{
-    OutPlace& place = outs_.emplace_back(label, sizeof(DWORD), false);
-    Hide(reinterpret_cast<DWORD>(place.Bytes()), std::string("<") + label + ">");
-    return place;
-}
-
 OutPlace& Stage::Text(const char* label, size_t size, const char* content)
 {
-    OutPlace& place = outs_.emplace_back(label, size, true);
+    OutPlace& place = outs_.emplace_back(label, size);
     Hide(reinterpret_cast<DWORD>(place.Bytes()), std::string("<") + label + ">");
     if (content)
         memcpy(place.Bytes(), content, strlen(content) + 1);
@@ -235,11 +274,6 @@ std::string Stage::ShowNumber(long long number)
     char text[32];
     snprintf(text, sizeof text, number > 0xFFFF ? "0x%llX" : "%lld", number);
     return text;
-}
-
-void Stage::HideText(const std::string& text, const std::string& name)
-{
-    hiddenTexts_.emplace_back(text, name);
 }
 
 void Stage::Tell(const std::string& label, const std::vector<std::string>& facts)
@@ -259,11 +293,6 @@ void Stage::TellValue(const std::string& key, const std::string& name, View view
         return Tell(where, "dword " + ShowNumber(number));
     }
     Tell(where, "type " + std::to_string(value->type) + " " + Quoted(value->bytes));
-}
-
-void Stage::TellFile(const std::string& path)
-{
-    Tell(path, FileExists(path) ? Quoted(ReadFile(path)) : "none");
 }
 
 void Stage::TellFolder()
@@ -314,18 +343,19 @@ std::string Stage::NameOf(unsigned long long number) const
 std::string Stage::Stable(std::string text) const
 {
     text = HideNumbers(text);
-    for (const auto& [what, name] : hiddenTexts_)
-        Replace(text, what, name);
+    for (const auto& [what, name] : hiddenTexts_) {
+        for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + name.size()))
+            text.replace(at, what.size(), name);
+    }
     // "error: [code] (the system's text)" and results.
     for (size_t at = text.find("error: ["); at != std::string::npos; at = text.find("error: [", at + 1)) {
         const auto code = static_cast<DWORD>(strtol(text.c_str() + at + 8, nullptr, 10));
         const size_t open = text.find("] (", at) + 3;
-        const std::pair<std::string, std::string> forms[] = {{kit::SystemText(code) + ")", "<text>)"},
-                                                             {TextWithLineEnd(code) + ")", "<text, line end>)"}};
-        for (auto [form, shown] : forms) {
+        for (const bool isOneLine : {true, false}) {
+            std::string form = (isOneLine ? SystemText(code) : SystemText(code, 0)) + ")";
             std::erase(form, '\r');
             if (code && text.compare(open, form.size(), form) == 0)
-                text.replace(open, form.size(), shown);
+                text.replace(open, form.size(), isOneLine ? "<text>)" : "<text, line end>)");
         }
     }
     return text;
@@ -344,26 +374,20 @@ void Stage::Begin(const void* function, const std::string& arguments)
 std::string Stage::ErrorText(DWORD code) const
 {
     const std::string text = LastMessage();
-    if (text.empty())
-        return "";
-    if (code && text == SystemText(code))
-        return " <text>";
-    if (code && text == TextWithLineEnd(code))
-        return " <text, line end>";
-    return " (" + text + ")";
+    return text.empty()                  ? ""
+           : text == SystemText(code)    ? " <text>"
+           : text == SystemText(code, 0) ? " <text, line end>"
+                                         : " (" + text + ")";
 }
 
 void Stage::End(const char* kind, const DWORD* result)
 {
     recorder_.Stop();
-    char shown[32] = {};
+    std::string line;
     if (result && strcmp(kind, "code") == 0)
-        snprintf(shown, sizeof shown, "= %ld", static_cast<long>(*result));
+        line = "= " + std::to_string(static_cast<long>(*result)) + (*result ? ErrorText(*result) : "");
     else if (result)
-        snprintf(shown, sizeof shown, "returns %s", ShowNumber(*result).c_str());
-    std::string line = shown;
-    if (result && *result && strcmp(kind, "code") == 0)
-        line += ErrorText(*result);
+        line = "returns " + ShowNumber(*result);
     for (const OutPlace* place : given_)
         line += (line.empty() ? "" : ", ") + place->Show();
     given_.clear();
@@ -373,33 +397,19 @@ void Stage::End(const char* kind, const DWORD* result)
         Add(line);
 }
 
-void Stage::Add(const std::string& line)
-{
-    notes_.push_back({recorder_.Events().size(), Stable(line), true});
-}
-
 struct BehaviorTest::Outcome {
-    struct Line {
-        char severity; // 0 for a call
-        int detail;
-        size_t indentation;
-        std::string text;
-        const PlatformCall* call;
-    };
-    std::vector<Line> lines;
+    Lines lines;
     std::vector<Stage::Note> notes;
     std::string recorded;
     std::string open;
-    bool happened = false; // the failure that was asked for
+    bool happened; // the failure that was asked for
 
     /** Results of calls and facts told. */
     std::vector<std::string> Results() const
     {
         std::vector<std::string> results;
-        for (const Stage::Note& note : notes) {
-            if (note.isResult)
-                results.push_back(note.text);
-        }
+        for (const Stage::Note& note : notes)
+            results.insert(results.end(), note.isResult, note.text);
         return results;
     }
 };
@@ -422,11 +432,6 @@ void BehaviorTest::Open(const std::string& name)
         else if (!title.empty())
             expected_[title] += line + "\n";
     }
-}
-
-void BehaviorTest::Case(const std::string& title, const Body& body)
-{
-    Case(title, Ways{}, body);
 }
 
 void BehaviorTest::Case(const std::string& title, const Ways& ways, const Body& body)
@@ -482,53 +487,13 @@ BehaviorTest::Outcome BehaviorTest::Run(const Body& body, const Ways& ways, int 
     Stage stage(recorder, HookedModule(), [&] { Heap().FailAllocation(failingAllocation); });
     body(stage);
 
-    Outcome outcome;
-    outcome.happened = failingAllocation ? Heap().FailureHappened() : recorder.FailureHappened();
+    const bool happened = failingAllocation ? Heap().FailureHappened() : recorder.FailureHappened();
     Heap().FailAllocation(0);
+    Outcome outcome = {{}, stage.Notes(), Recorded(), recorder.Names().Open(), happened};
     for (const Recorder::Event& event : recorder.Events())
         outcome.lines.push_back({event.severity, kAllDetails, event.indentation, stage.Stable(event.text), event.call});
-    outcome.notes = stage.Notes();
-    outcome.recorded = Recorded();
-    outcome.open = recorder.Names().Open();
     return outcome;
 }
-
-namespace {
-
-using Numbers = std::vector<size_t>;
-
-/** A folded block shows the first line in it that was wanted. */
-std::string_view WithoutFirstLine(std::string_view line)
-{
-    if (!line.starts_with("{ TARVO_") || !line.ends_with(" }"))
-        return line;
-    return line.substr(0, std::min(line.find(':'), line.size() - 2)); // it may be without one
-}
-
-/** @return for each line of whole, whether it is in part, a part of it in the same order: the longest that fits. */
-template <class Lines> std::vector<bool> FindIn(const Lines& whole, const Lines& part)
-{
-    const auto same = [](const auto& left, const auto& right) {
-        return left.severity == right.severity && left.severity && left.indentation == right.indentation &&
-               WithoutFirstLine(left.text) == WithoutFirstLine(right.text);
-    };
-    std::vector<Numbers> longest(whole.size() + 1, Numbers(part.size() + 1));
-    for (size_t i = whole.size(); i-- > 0;) {
-        for (size_t j = part.size(); j-- > 0;)
-            longest[i][j] =
-                same(whole[i], part[j]) ? longest[i + 1][j + 1] + 1 : std::max(longest[i + 1][j], longest[i][j + 1]);
-    }
-    std::vector<bool> found(whole.size());
-    for (size_t i = 0, j = 0; i < whole.size() && j < part.size();) {
-        if (same(whole[i], part[j]) && longest[i][j] == longest[i + 1][j + 1] + 1)
-            found[i++] = ++j;
-        else
-            ++(longest[i + 1][j] >= longest[i][j + 1] ? i : j);
-    }
-    return found;
-}
-
-} // namespace
 
 void BehaviorTest::FindDetails(const Body& body, const Ways& ways, Outcome& outcome, int call, unsigned allocation)
 {
@@ -539,53 +504,10 @@ void BehaviorTest::FindDetails(const Body& body, const Ways& ways, Outcome& outc
     for (const int threshold : {2, 1, 0}) {
         const Outcome less = Run(body, ways, threshold, call, allocation);
         const std::vector<bool> found = FindIn(outcome.lines, less.lines);
-        for (size_t index = 0; index < found.size(); ++index) {
-            if (found[index])
-                outcome.lines[index].detail = threshold;
-        }
+        for (size_t index = 0; index < found.size(); ++index)
+            outcome.lines[index].detail = found[index] ? threshold : outcome.lines[index].detail;
     }
 }
-
-namespace {
-
-/** A closing line says nothing new where it stands right. */
-template <class Lines> std::vector<bool> ClosingLines(const Lines& lines)
-{
-    std::vector<bool> closing(lines.size());
-    std::vector<size_t> open;
-    for (size_t index = 0; index < lines.size(); ++index) {
-        const auto& line = lines[index];
-        if (line.severity && line.text.starts_with("{ ") && !line.text.ends_with(" }"))
-            open.push_back(index);
-        if (!line.severity || !line.text.starts_with("} ") || open.empty())
-            continue;
-        const auto& opening = lines[open.back()];
-        closing[index] = opening.text.substr(2) == line.text.substr(2) && opening.severity == line.severity &&
-                         opening.detail == line.detail && opening.indentation == line.indentation;
-        open.pop_back();
-    }
-    return closing;
-}
-
-template <class Line> std::string Written(const Line& line)
-{
-    const std::string indentation(line.indentation, ' ');
-    if (!line.severity)
-        return "   " + indentation + "> " + line.text + "\n";
-    return line.severity + std::to_string(line.detail) + " " + indentation + line.text + "\n";
-}
-
-template <class Lines> std::vector<std::string> CallsOf(const Lines& lines)
-{
-    std::vector<std::string> calls;
-    for (const auto& line : lines) {
-        if (!line.severity)
-            calls.push_back(line.text);
-    }
-    return calls;
-}
-
-} // namespace
 
 std::string BehaviorTest::Describe(const Body& body, const Ways& ways)
 {
@@ -635,27 +557,22 @@ std::string BehaviorTest::DescribeFailures(const Body& body, const Ways& ways, c
         rows.push_back({outcome, {who}});
     };
     bool happened = true;
-    if (ways.failures) {
-        std::map<std::string, int> counts;
-        int number = 0;
-        for (const auto& line : whole.lines) {
-            if (line.severity)
-                continue;
-            const int nth = ++counts[line.call->name];
-            const int call = number++;
-            if (std::string_view(line.call->result).ends_with('!') || strcmp(line.call->name, "Sleep") == 0)
-                continue;
+    std::map<std::string, int> counts;
+    int number = 0;
+    for (const Line& line : whole.lines) {
+        if (!ways.failures || line.severity)
+            continue;
+        const int nth = ++counts[line.call->name];
+        const int call = number++;
+        if (!std::string_view(line.call->result).ends_with('!'))
             add(DescribeFailure(body, ways, whole, call, 0, happened),
                 line.call->name + (nth > 1 ? " " + std::to_string(nth) : std::string()));
-        }
     }
-    if (ways.allocations) {
-        for (unsigned n = 1; n < 100; ++n) {
-            const std::string outcome = DescribeFailure(body, ways, whole, -1, n, happened);
-            if (!happened)
-                break;
+    happened = ways.allocations;
+    for (unsigned n = 1; happened && n < 100; ++n) {
+        const std::string outcome = DescribeFailure(body, ways, whole, -1, n, happened);
+        if (happened)
             add(outcome, "allocation " + std::to_string(n));
-        }
     }
     std::string text;
     for (const auto& [outcome, calls] : rows)
@@ -671,15 +588,14 @@ std::string BehaviorTest::DescribeFailure(const Body& body, const Ways& ways, co
     if (!happened)
         return "not reached";
     const std::vector<bool> known = FindIn(outcome.lines, whole.lines);
-    const auto isNew = [&](size_t index) {
-        const auto& line = outcome.lines[index];
-        return (line.severity == 'E' || line.severity == 'W') && !known[index] &&
-               !(line.text.starts_with("Function ") && line.indentation <= 3);
-    };
-    bool anyNew = false;
-    for (size_t index = 0; index < outcome.lines.size(); ++index)
-        anyNew |= isNew(index);
-    if (anyNew)
+    std::vector<size_t> fresh;
+    for (size_t index = 0; index < known.size(); ++index) {
+        const Line& line = outcome.lines[index];
+        if ((line.severity == 'E' || line.severity == 'W') && !known[index] &&
+            !(line.text.starts_with("Function ") && line.indentation <= 3))
+            fresh.push_back(index);
+    }
+    if (!fresh.empty())
         FindDetails(body, ways, outcome, call, allocation);
 
     std::vector<std::string> parts;
@@ -692,10 +608,9 @@ std::string BehaviorTest::DescribeFailure(const Body& body, const Ways& ways, co
         parts.push_back("recorded " + (outcome.recorded == whole.recorded ? "as ever" : outcome.recorded));
     if (!outcome.open.empty())
         parts.push_back("open" + outcome.open);
-    for (size_t index = 0; index < outcome.lines.size(); ++index) {
-        if (isNew(index))
-            parts.push_back(outcome.lines[index].severity + std::to_string(outcome.lines[index].detail) + " " +
-                            outcome.lines[index].text);
+    for (const size_t index : fresh) {
+        const Line& line = outcome.lines[index];
+        parts.push_back(line.severity + std::to_string(line.detail) + " " + line.text);
     }
     return Join(parts, " | ");
 }

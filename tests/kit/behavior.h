@@ -17,18 +17,22 @@ namespace kit {
 /** A place that a call fills, named as the record names it; filled with 0xEE first, watched behind its end. */
 class OutPlace {
 public:
-    OutPlace(std::string label, size_t size, bool isText);
+    /** @param size  Of a text; 0 for a number. */
+    OutPlace(std::string label, size_t size)
+        : label_(std::move(label)), size_(size), bytes_((size ? size : sizeof(DWORD)) + kBehind, kFill)
+    {
+    }
     /** What the place holds, as the record shows it. */
     std::string Show() const;
     const std::string& Label() const { return label_; }
     BYTE* Bytes() { return bytes_.data(); }
-    size_t Size() const { return size_; }
-    template <class T> operator T*() { return reinterpret_cast<T*>(bytes_.data()); }
+    template <class T> operator T*() { return reinterpret_cast<T*>(Bytes()); }
 
 private:
+    static constexpr BYTE kFill = 0xEE;
+    static constexpr size_t kBehind = 16;
     std::string label_;
     size_t size_;
-    bool isText_;
     std::vector<BYTE> bytes_;
 };
 
@@ -41,13 +45,12 @@ public:
     static std::string Folder(const std::string& name = {});
     /** Makes a file in the folder. @return its path */
     static std::string File(const std::string& name, std::string_view content = "content");
-    /** @return a key below HKEY_LOCAL_MACHINE, or one below that. */
+    /** @return a key below HKEY_LOCAL_MACHINE, or one below that; the same with the main key's name in front. */
     static std::string Key(const std::string& sub = {});
-    /** @return the same with the main key's name in front. */
-    static std::string Locator(const std::string& sub = {});
+    static std::string Locator(const std::string& sub = {}) { return "HKEY_LOCAL_MACHINE\\" + Key(sub); }
 
     /** Places for what a call hands out. */
-    OutPlace& Number(const char* label);
+    OutPlace& Number(const char* label) { return Text(label, 0); }
     OutPlace& Text(const char* label, size_t size, const char* content = nullptr);
 
     /** Calls an export and writes down what it does and hands out. */
@@ -81,14 +84,14 @@ public:
     void Tell(const std::string& label, const std::vector<std::string>& facts);
     /** Tells a value of the registry, the content of a file, what is in a folder, the pending value. */
     void TellValue(const std::string& key, const std::string& name, View view = View::kOwn);
-    void TellFile(const std::string& path);
+    void TellFile(const std::string& path) { Tell(path, FileExists(path) ? Quoted(ReadFile(path)) : "none"); }
     void TellFolder();
     void TellPending();
 
     /** A number, such as an address or a window, that the log shows and that differs from run to run. */
     void Hide(DWORD number, const std::string& name) { hidden_[number] = name; }
     /** A text that differs from machine to machine. */
-    void HideText(const std::string& text, const std::string& name);
+    void HideText(const std::string& text, const std::string& name) { hiddenTexts_.emplace_back(text, name); }
 
     Recorder& Events() { return recorder_; }
 
@@ -131,7 +134,7 @@ private:
 
     void Begin(const void* function, const std::string& arguments);
     void End(const char* kind, const DWORD* result);
-    void Add(const std::string& line);
+    void Add(const std::string& line) { notes_.push_back({recorder_.Events().size(), Stable(line), true}); }
     std::string HideNumbers(const std::string& text) const;
     std::string NameOf(unsigned long long number) const;
     std::string ErrorText(DWORD code) const;
@@ -183,7 +186,7 @@ protected:
 
     /** @param name  Below tests/, without the extension. */
     void Open(const std::string& name);
-    void Case(const std::string& title, const Body& body);
+    void Case(const std::string& title, const Body& body) { Case(title, Ways{}, body); }
     void Case(const std::string& title, const Ways& ways, const Body& body);
 
     void SetUp() override;

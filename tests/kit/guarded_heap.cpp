@@ -96,7 +96,7 @@ unsigned failing = 0; // number of the allocation to fail; 0 for none
 
 size_t PagesFor(size_t size)
 {
-    return size <= kPage ? 1 : (size + kPage - 1) / kPage;
+    return std::max<size_t>(1, (size + kPage - 1) / kPage);
 }
 
 void* __cdecl Allocate(size_t size)
@@ -161,10 +161,14 @@ void* __cdecl Reallocate(void* block, size_t size)
 GuardedHeap::GuardedHeap(HMODULE module)
 {
     allocations = failing = 0;
-    Patch(module, "malloc", reinterpret_cast<void*>(&Allocate));
-    Patch(module, "calloc", reinterpret_cast<void*>(&AllocateZeroed));
-    Patch(module, "realloc", reinterpret_cast<void*>(&Reallocate));
-    Patch(module, "free", reinterpret_cast<void*>(&Release));
+    const std::pair<const char*, void*> replacements[] = {{"malloc", reinterpret_cast<void*>(&Allocate)},
+                                                          {"calloc", reinterpret_cast<void*>(&AllocateZeroed)},
+                                                          {"realloc", reinterpret_cast<void*>(&Reallocate)},
+                                                          {"free", reinterpret_cast<void*>(&Release)}};
+    for (const auto& [name, replacement] : replacements) {
+        if (Imports(module, name))
+            patches_.push_back(std::make_unique<ImportPatch>(module, name, replacement));
+    }
 }
 
 GuardedHeap::~GuardedHeap()
@@ -174,12 +178,6 @@ GuardedHeap::~GuardedHeap()
         region.Return(block.page, PagesFor(block.size));
     live.clear();
     region.Reuse();
-}
-
-void GuardedHeap::Patch(HMODULE module, const char* function, void* replacement)
-{
-    if (Imports(module, function))
-        patches_.push_back(std::make_unique<ImportPatch>(module, function, replacement));
 }
 
 void GuardedHeap::FailAllocation(unsigned n)

@@ -24,19 +24,14 @@ public:
 
     /** Lets the n-th allocation from now (1 is the next) return NULL; 0 takes that back. */
     void FailAllocation(unsigned n);
-
     /** @return whether the allocation that FailAllocation named was asked for. */
     bool FailureHappened() const;
-
     /** @return whether a block lies or lay there. */
     static bool Owns(const void* address);
-
     /** @return a line for each live block, size and number of its allocation; "" without any. */
     std::string Leaks() const;
 
 private:
-    void Patch(HMODULE module, const char* function, void* replacement);
-
     std::vector<std::unique_ptr<ImportPatch>> patches_;
 };
 

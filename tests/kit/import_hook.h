@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -20,8 +21,7 @@ class ImportPatch {
 public:
     ImportPatch(HMODULE module, const char* function, void* replacement);
     ~ImportPatch();
-    ImportPatch(const ImportPatch&) = delete;
-    ImportPatch& operator=(const ImportPatch&) = delete;
+    ImportPatch(ImportPatch&&) = delete;
 
     void* Original() const { return original_; }
 
@@ -33,10 +33,8 @@ private:
 
 /** @return whether the module imports a function of that name. */
 bool Imports(HMODULE module, const char* function);
-
 /** @return the names a module exports, in order; one without a name is "#ordinal". */
 std::vector<std::string> ExportedNames(HMODULE module);
-
 /** @return the libraries a module imports from, in capitals. */
 std::vector<std::string> ImportedLibraries(HMODULE module);
 
@@ -53,13 +51,11 @@ template <class Result, class... Arguments> struct HookThunks<Result(WINAPI*)(Ar
 
     static int Take(Action* action)
     {
-        for (int index = 0; index < kCount; ++index) {
-            if (!holders[index]) {
-                holders[index] = action;
-                return index;
-            }
-        }
-        throw std::runtime_error("more than 8 hooks of functions of one type");
+        Action** const place = std::ranges::find(holders, nullptr);
+        if (place == std::end(holders))
+            throw std::runtime_error("more than 8 hooks of functions of one type");
+        *place = action;
+        return static_cast<int>(place - holders);
     }
 
     template <int Index> static Result WINAPI Enter(Arguments... arguments) { return (*holders[Index])(arguments...); }
@@ -98,13 +94,11 @@ public:
 
     ~ImportHook()
     {
-        // The DLL's own import leads to the original again before the thunk is given away.
-        patch_.reset();
+        patch_.reset(); // before the thunk is given away
         Thunks::holders[thunk_] = nullptr;
     }
 
     Function Original() const { return reinterpret_cast<Function>(patch_->Original()); }
-
     /** @return how often the DLL has called it since the hook was made. */
     int Calls() const { return calls_; }
 

@@ -31,19 +31,14 @@ extern KitExport kitExports[];
 namespace kit {
 namespace {
 
+/** @param module  NULL if none is loaded. */
 void FillSlots(HMODULE module)
 {
     for (KitExport* row = kitExports; row->name; ++row) {
-        *row->slot = reinterpret_cast<void*>(GetProcAddress(module, row->name));
+        *row->slot = reinterpret_cast<void*>(module ? GetProcAddress(module, row->name) : FARPROC(&KitNoLibrary));
         if (!*row->slot)
             throw std::runtime_error(std::string("TARVO.DLL does not export ") + row->name);
     }
-}
-
-void ClearSlots()
-{
-    for (KitExport* row = kitExports; row->name; ++row)
-        *row->slot = reinterpret_cast<void*>(&KitNoLibrary);
 }
 
 } // namespace
@@ -90,7 +85,7 @@ Library::~Library()
 
 bool Library::Unload()
 {
-    ClearSlots();
+    FillSlots(nullptr);
     SetHookedModule(nullptr);
     FreeLibrary(module_);
     module_ = nullptr;

@@ -16,20 +16,16 @@ public:
     /** Loads TARVO.DLL from the program's folder or one above it. Throws if it, or an export, is missing. */
     Library();
     ~Library();
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
+    Library(Library&&) = delete;
 
     HMODULE Module() const { return module_; }
 
     /** @return whether the DLL really left the process. */
     bool Unload();
-
     /** @return the path of the DLL under test. */
     static std::string Path();
-
     /** @return the names that the .def file lists, in order. */
     static std::vector<std::string> ListedExports();
-
     /** @return the name under which a function of tarvo.h is exported. */
     static std::string NameOf(const void* function);
 

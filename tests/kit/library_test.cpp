@@ -48,8 +48,8 @@ void WarmUp()
 void LibraryTest::SetUp()
 {
     WarmUp();
-    pending_.emplace();
-    Load();
+    pendingBefore_ = PendingValue::ReadRaw();
+    Reload();
 }
 
 void LibraryTest::TearDown()
@@ -60,14 +60,10 @@ void LibraryTest::TearDown()
     }
     scratch_.reset();
     key_.reset();
-    pending_.reset();
-}
-
-void LibraryTest::Load()
-{
-    handlesBefore_ = HandleMark();
-    library_ = std::make_unique<Library>();
-    heap_ = std::make_unique<GuardedHeap>(library_->Module());
+    if (pendingBefore_)
+        PendingValue::WriteRaw(pendingBefore_->units, pendingBefore_->type);
+    else
+        PendingValue::Remove();
 }
 
 void LibraryTest::Unload()
@@ -86,21 +82,19 @@ void LibraryTest::Unload()
 void LibraryTest::Reload()
 {
     Unload();
-    Load();
+    handlesBefore_ = HandleMark();
+    library_ = std::make_unique<Library>();
+    heap_ = std::make_unique<GuardedHeap>(library_->Module());
 }
 
 ScratchFolder& LibraryTest::Scratch()
 {
-    if (!scratch_)
-        scratch_ = std::make_unique<ScratchFolder>();
-    return *scratch_;
+    return scratch_ ? *scratch_ : scratch_.emplace();
 }
 
 ScratchKey& LibraryTest::Key()
 {
-    if (!key_)
-        key_ = std::make_unique<ScratchKey>();
-    return *key_;
+    return key_ ? *key_ : key_.emplace();
 }
 
 std::string LibraryTest::Record()

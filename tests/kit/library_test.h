@@ -48,12 +48,11 @@ protected:
     void WithEachAllocationFailing(const std::function<void()>& call);
 
 private:
-    void Load();
     void Unload();
 
-    std::optional<PendingValueKeeper> pending_;
-    std::unique_ptr<ScratchFolder> scratch_;
-    std::unique_ptr<ScratchKey> key_;
+    std::optional<PendingValue::Raw> pendingBefore_;
+    std::optional<ScratchFolder> scratch_;
+    std::optional<ScratchKey> key_;
     std::unique_ptr<Library> library_;
     std::unique_ptr<GuardedHeap> heap_;
     DWORD_PTR handlesBefore_ = 0;

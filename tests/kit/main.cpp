@@ -1,15 +1,24 @@
 // Runs the tests of an executable, and ends a run that hangs.
 
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdio>
+#include <map>
 
 #include "kit/child.h"
 
 namespace {
 
 constexpr DWORD kSecondsATest = 60;
+
+std::map<std::string, void (*)(const std::string&)>& Roles()
+{
+    static std::map<std::string, void (*)(const std::string&)> roles;
+    return roles;
+}
 
 /** Its thread looks for how long the present test has been running. */
 class Watchdog : public testing::EmptyTestEventListener {
@@ -44,10 +53,17 @@ private:
 
 } // namespace
 
+kit::ChildRole::ChildRole(const std::string& name, void (*body)(const std::string& argument))
+{
+    Roles()[name] = body;
+}
+
 int main(int argc, char** argv)
 {
-    if (kit::RunAsChild(argc, argv))
+    if (argc == 4 && std::string(argv[1]) == "--child") {
+        Roles().at(argv[2])(argv[3]);
         return 0;
+    }
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new Watchdog); // owned by the list
     return RUN_ALL_TESTS();

@@ -1,10 +1,7 @@
 #include "kit/pending_value.h"
 
 #include <cstring>
-#include <exception>
 #include <stdexcept>
-
-#include <gtest/gtest.h>
 
 namespace kit {
 namespace {
@@ -12,19 +9,17 @@ namespace {
 constexpr wchar_t kKey[] = L"SYSTEM\\CurrentControlSet\\Control\\Session Manager";
 constexpr wchar_t kName[] = L"PendingFileRenameOperations";
 
-class SessionManagerKey {
-public:
-    SessionManagerKey()
-    {
-        if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ | KEY_WRITE, &key_) != ERROR_SUCCESS)
+/** Open until the process ends. */
+HKEY SessionManager()
+{
+    static const HKEY key = [] {
+        HKEY opened = nullptr;
+        if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ | KEY_WRITE, &opened) != ERROR_SUCCESS)
             throw std::runtime_error("the Session Manager's key cannot be opened");
-    }
-    ~SessionManagerKey() { RegCloseKey(key_); }
-    HKEY Get() const { return key_; }
-
-private:
-    HKEY key_ = nullptr;
-};
+        return opened;
+    }();
+    return key;
+}
 
 std::string ToAnsi(const std::wstring& text)
 {
@@ -46,13 +41,12 @@ std::wstring ToWide(const std::string& text)
 
 std::optional<PendingValue::Raw> PendingValue::ReadRaw()
 {
-    const SessionManagerKey key;
     DWORD size = 0;
     Raw raw = {};
-    if (RegQueryValueExW(key.Get(), kName, nullptr, &raw.type, nullptr, &size) != ERROR_SUCCESS)
+    if (RegQueryValueExW(SessionManager(), kName, nullptr, &raw.type, nullptr, &size) != ERROR_SUCCESS)
         return std::nullopt;
     raw.units.resize(size / sizeof(wchar_t));
-    RegQueryValueExW(key.Get(), kName, nullptr, &raw.type, reinterpret_cast<BYTE*>(raw.units.data()), &size);
+    RegQueryValueExW(SessionManager(), kName, nullptr, &raw.type, reinterpret_cast<BYTE*>(raw.units.data()), &size);
     return raw;
 }
 
@@ -75,39 +69,22 @@ PendingValue::Pairs PendingValue::Read()
 void PendingValue::Write(const Pairs& pairs)
 {
     std::wstring units;
-    for (const auto& [source, target] : pairs) {
-        units += ToWide(source) + L'\0';
-        units += ToWide(target) + L'\0';
-    }
-    units += L'\0';
-    WriteRaw(units);
+    for (const auto& [source, target] : pairs)
+        units += ToWide(source) + L'\0' + ToWide(target) + L'\0';
+    WriteRaw(units + L'\0');
 }
 
 void PendingValue::WriteRaw(const std::wstring& units, DWORD type)
 {
-    const LSTATUS code =
-        RegSetValueExW(SessionManagerKey().Get(), kName, 0, type, reinterpret_cast<const BYTE*>(units.data()),
-                       static_cast<DWORD>(units.size() * sizeof(wchar_t)));
+    const LSTATUS code = RegSetValueExW(SessionManager(), kName, 0, type, reinterpret_cast<const BYTE*>(units.data()),
+                                        static_cast<DWORD>(units.size() * sizeof(wchar_t)));
     if (code != ERROR_SUCCESS)
         throw std::runtime_error("writing the pending value failed with " + std::to_string(code));
 }
 
 void PendingValue::Remove()
 {
-    const SessionManagerKey key;
-    RegDeleteValueW(key.Get(), kName);
-}
-
-PendingValueKeeper::~PendingValueKeeper()
-try {
-    if (PendingValue::ReadRaw() == before_)
-        return;
-    if (before_)
-        PendingValue::WriteRaw(before_->units, before_->type);
-    else
-        PendingValue::Remove();
-} catch (const std::exception& failure) {
-    ADD_FAILURE() << "the pending value is not as it was: " << failure.what();
+    RegDeleteValueW(SessionManager(), kName);
 }
 
 } // namespace kit

@@ -22,22 +22,9 @@ public:
     /** @return the pairs; none if there is no value. Without a whole pair at the end, its target is "<missing>". */
     static Pairs Read();
     static std::optional<Raw> ReadRaw();
-
     static void Write(const Pairs& pairs);
     static void WriteRaw(const std::wstring& units, DWORD type = REG_MULTI_SZ);
     static void Remove();
-};
-
-/** Puts the value back as it was when this was made. */
-class PendingValueKeeper {
-public:
-    PendingValueKeeper() : before_(PendingValue::ReadRaw()) {}
-    ~PendingValueKeeper();
-    PendingValueKeeper(const PendingValueKeeper&) = delete;
-    PendingValueKeeper& operator=(const PendingValueKeeper&) = delete;
-
-private:
-    std::optional<PendingValue::Raw> before_;
 };
 
 } // namespace kit

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <set>
+#include <vector>
 
 #include "kit/acl_notation.h"
 
@@ -18,16 +20,17 @@ constexpr PlatformCall kCalls[] = {
     {"AdjustTokenPrivileges", "h num privileges . . .", "bool"},
     {"AllocateAndInitializeSid", "authority num num num . . . . . . >h:sid", "bool"},
     {"ChangeServiceConfig2A", "h num description", "bool"},
-    {"ChangeServiceConfigA", "h hex num hex text text ptr list text secret text", "bool"},
+    {"ChangeServiceConfigA", "h hex num hex text text ptr list text text text", "bool"},
     {"CloseServiceHandle", "-h", "bool"},
     {"ControlService", "h num .", "bool"},
     {"CopySid", ". . sid", "bool"},
-    {"CreateServiceA", "h text text hex hex num num text text ptr list text secret", "h:service"},
+    {"CreateServiceA", "h text text hex hex num num text text ptr list text text", "h:service"},
     {"DeleteAce", ". num", "bool"},
     {"DeleteService", "h", "bool"},
     {"FreeSid", "-h", "num!"},
     {"GetAce", ". num .", "bool"},
     {"GetAclInformation", ". . num num", "bool"},
+    {"GetFileSecurityA", "text hex ptr num .", "bool"},
     {"GetNamedSecurityInfoA", "text num hex ptr ptr ptr ptr >h:descriptor", "code"},
     {"GetTokenInformation", "h num ptr . .", "bool"},
     {"InitializeAcl", ". num num", "bool"},
@@ -65,18 +68,18 @@ constexpr PlatformCall kCalls[] = {
     {"FindClose", "-h", "bool!"},
     {"FindFirstFileA", "text >found", "h:search"},
     {"FindNextFileA", "h >found", "bool"},
-    {"FlushFileBuffers", "h", "bool"},
     {"FreeLibrary", "-h", "bool!"},
+    {"FlushFileBuffers", "h", "bool"},
     {"GetCurrentDirectoryA", "num >text", "num"},
     {"GetFileAttributesA", "text", "attributes"},
     {"GetFileInformationByHandle", "h .", "bool"},
     {"GetFileSizeEx", "h >num", "bool"},
+    {"GetFileTime", "h . . .", "bool"},
     {"GetFullPathNameA", "text num >text .", "num"},
     {"GetModuleFileNameA", "h >text num", "num"},
     {"GetModuleHandleA", "text", "found"},
     {"GetPrivateProfileStringA", "text text text >text num text", "num"},
     {"GetProcAddress", "h text", "found"},
-    {"GetSystemDirectoryA", ">text num", "num"},
     {"GetVersionExA", "version", "bool"},
     {"GetWindowsDirectoryA", ">text num", "num"},
     {"GlobalMemoryStatus", ".", "num!"},
@@ -90,6 +93,7 @@ constexpr PlatformCall kCalls[] = {
     {"SetCurrentDirectoryA", "text", "bool"},
     {"SetFileAttributesA", "text hex", "bool"},
     {"SetFilePointer", "h num . num", "num!"},
+    {"SetFileTime", "h . . .", "bool"},
     {"Sleep", "num", "num!"},
     {"WriteFile", "h bytes num . .", "bool"},
     {"WritePrivateProfileStringA", "text text text text", "bool"},
@@ -132,7 +136,6 @@ constexpr PlatformCall kCalls[] = {
     {"SendMessageA", "h hex num param", "num!"},
     {"SetWindowTextA", "h text", "bool"},
     {"ShowWindow", "h num", "num!"},
-    {"UpdateWindow", "h", "bool"},
     {"GetFileVersionInfoA", "text . num .", "bool"},
     {"GetFileVersionInfoSizeA", "text .", "num"},
     {"VerQueryValueA", ". text . .", "bool"},
@@ -149,9 +152,19 @@ template <class T> const T* At(DWORD argument)
 
 std::string Number(DWORD value, const char* format)
 {
-    char text[16];
+    char text[32];
     snprintf(text, sizeof text, format, value);
     return text;
+}
+
+std::string Signed(DWORD value)
+{
+    return Number(value, "%ld");
+}
+
+std::string Hex(DWORD value)
+{
+    return Number(value, "0x%lX");
 }
 
 std::string Narrow(std::wstring_view text)
@@ -172,150 +185,143 @@ std::string Wide(const wchar_t* text)
     return text ? "\"" + Narrow(text) + "\"" : "null";
 }
 
-std::string WideUnits(const DWORD* argument)
+std::string Fields(const std::vector<std::string>& fields)
 {
-    const auto* units = At<wchar_t>(argument[0]);
+    std::string joined;
+    for (const std::string& field : fields)
+        joined += (joined.empty() ? "{" : " ") + field;
+    return joined + "}";
+}
+
+std::string WideUnits(const HandleNames&, const DWORD* argument)
+{
     std::string text;
-    for (const wchar_t unit : std::wstring_view(units, argument[1] / sizeof *units))
+    for (const wchar_t unit : std::wstring_view(At<wchar_t>(argument[0]), argument[1] / sizeof(wchar_t)))
         text += unit ? Narrow({&unit, 1}) : "\\0";
     return "\"" + text + "\"";
 }
 
-std::string Bytes(const DWORD* argument)
+std::string Bytes(const HandleNames&, const DWORD* argument)
 {
     return argument[0] ? Quoted({At<char>(argument[0]), argument[1]}) : "null";
 }
 
-std::string List(DWORD argument)
+std::string List(const char* list)
 {
-    if (!argument)
-        return "null";
-    const char* end = At<char>(argument);
-    while (*end)
+    const char* end = list;
+    while (end && *end)
         end += strlen(end) + 1;
-    return Quoted({At<char>(argument), end});
+    return list ? Quoted({list, end}) : "null";
 }
 
-std::string Group(DWORD argument)
+std::string Share(const SHARE_INFO_2* info)
 {
-    const auto* info = At<LOCALGROUP_INFO_1>(argument);
-    return "{" + Wide(info->lgrpi1_name) + " " + Wide(info->lgrpi1_comment) + "}";
+    return Fields({Wide(info->shi2_netname), Number(info->shi2_type, "type %lu"), Wide(info->shi2_remark),
+                   Number(info->shi2_permissions, "permissions 0x%lX"), Number(info->shi2_max_uses, "uses %ld"),
+                   Signed(info->shi2_current_uses), Wide(info->shi2_path), Wide(info->shi2_passwd)});
 }
 
-std::string Share(DWORD argument)
+std::string User(const USER_INFO_1* info)
 {
-    const auto* info = At<SHARE_INFO_2>(argument);
-    return "{" + Wide(info->shi2_netname) + " type " + Number(info->shi2_type, "%lu") + " " + Wide(info->shi2_remark) +
-           " permissions " + Number(info->shi2_permissions, "0x%lX") + " uses " + Number(info->shi2_max_uses, "%ld") +
-           " " + Number(info->shi2_current_uses, "%lu") + " " + Wide(info->shi2_path) + " " + Wide(info->shi2_passwd) +
-           "}";
+    return Fields({Wide(info->usri1_name), Wide(info->usri1_password), Number(info->usri1_password_age, "age %lu"),
+                   Number(info->usri1_priv, "privilege %lu"), Wide(info->usri1_home_dir), Wide(info->usri1_comment),
+                   Number(info->usri1_flags, "flags 0x%lX"), Wide(info->usri1_script_path)});
 }
 
-std::string User(DWORD argument)
+std::string Privileges(const TOKEN_PRIVILEGES* list)
 {
-    const auto* info = At<USER_INFO_1>(argument);
-    return "{" + Wide(info->usri1_name) + " " + Wide(info->usri1_password) + " age " +
-           Number(info->usri1_password_age, "%lu") + " privilege " + Number(info->usri1_priv, "%lu") + " " +
-           Wide(info->usri1_home_dir) + " " + Wide(info->usri1_comment) + " flags " +
-           Number(info->usri1_flags, "0x%lX") + " " + Wide(info->usri1_script_path) + "}";
+    const LUID_AND_ATTRIBUTES& first = list->Privileges[0];
+    return Number(list->PrivilegeCount, "{%lu, ") + Number(first.Luid.LowPart, "%lu, ") +
+           Number(first.Attributes, "%lu}");
 }
 
-std::string Privileges(DWORD argument)
+std::string Browse(const HandleNames& names, const DWORD* argument)
 {
-    const auto* privileges = At<TOKEN_PRIVILEGES>(argument);
-    return "{" + Number(privileges->PrivilegeCount, "%lu") + ", " +
-           Number(privileges->Privileges[0].Luid.LowPart, "%lu") + ", " +
-           Number(privileges->Privileges[0].Attributes, "%lu") + "}";
-}
-
-std::string Authority(DWORD argument)
-{
-    return "{" + Number(At<SID_IDENTIFIER_AUTHORITY>(argument)->Value[5], "%lu") + "}";
-}
-
-std::string Browse(const HandleNames& names, DWORD argument)
-{
-    const auto* info = At<BROWSEINFOA>(argument);
-    return "{" + names.Show(reinterpret_cast<DWORD>(info->hwndOwner)) + " " +
-           names.Show(reinterpret_cast<DWORD>(info->pidlRoot)) + " " + Text(info->lpszTitle) + " " +
-           Number(info->ulFlags, "0x%lX") + " image " + Number(static_cast<DWORD>(info->iImage), "%ld") + "}";
+    const auto* info = At<BROWSEINFOA>(*argument);
+    return Fields({names.Show(reinterpret_cast<DWORD>(info->hwndOwner)),
+                   names.Show(reinterpret_cast<DWORD>(info->pidlRoot)), Text(info->lpszTitle), Hex(info->ulFlags),
+                   Number(static_cast<DWORD>(info->iImage), "image %ld")});
 }
 
 /** The record that the user browser is handed: nine numbers. */
-std::string Request(const HandleNames& names, DWORD argument)
+std::string Request(const HandleNames& names, const DWORD* argument)
 {
-    const DWORD* fields = At<DWORD>(argument);
-    std::string text = "{";
+    const DWORD* given = At<DWORD>(*argument);
+    std::vector<std::string> fields;
     for (int field = 0; field < 9; ++field) {
-        text += field ? " " : "";
-        if (field == 3)
-            text += names.Show(fields[field]);
-        else if (field == 4 || field == 5)
-            text += Wide(At<wchar_t>(fields[field]));
-        else
-            text += Number(fields[field], "0x%lX");
+        const bool isText = field == 4 || field == 5;
+        fields.push_back(field == 3 ? names.Show(given[field])
+                         : isText   ? Wide(At<wchar_t>(given[field]))
+                                    : Hex(given[field]));
     }
-    return text + "}";
+    return Fields(fields);
 }
 
-std::string Interface(DWORD argument)
+std::string Interface(const IID* iid)
 {
-    const auto* iid = At<IID>(argument);
     return IsEqualIID(*iid, IID_IShellLinkA)    ? "IShellLinkA"
            : IsEqualIID(*iid, IID_IPersistFile) ? "IPersistFile"
                                                 : "?";
+}
+
+/** Makes from what shows a value, or what a pointer leads to, what shows an argument. */
+template <class T> std::string Apply(std::string (*show)(T), const DWORD* argument)
+{
+    return show((T)*argument);
+}
+
+template <auto kShow> std::string Of(const HandleNames&, const DWORD* argument)
+{
+    return Apply(+kShow, argument);
+}
+
+std::string Handle(const HandleNames& names, const DWORD* argument)
+{
+    return names.Show(*argument);
+}
+
+std::string HandleAt(const HandleNames& names, const DWORD* argument)
+{
+    return names.Show(*At<DWORD>(*argument));
 }
 
 constexpr struct Kind {
     const char* word;
     std::string (*show)(const HandleNames& names, const DWORD* argument);
 } kKinds[] = {
-    {"text", [](const HandleNames&, const DWORD* argument) { return Text(At<char>(*argument)); }},
-    {"wide", [](const HandleNames&, const DWORD* argument) { return Wide(At<wchar_t>(*argument)); }},
-    {"num", [](const HandleNames&, const DWORD* argument) { return Number(*argument, "%ld"); }},
-    {"hex", [](const HandleNames&, const DWORD* argument) { return Number(*argument, "0x%lX"); }},
-    {"ptr", [](const HandleNames&, const DWORD* argument) { return std::string(*argument ? "given" : "null"); }},
-    {"param",
-     [](const HandleNames&, const DWORD* argument) {
-         return IS_INTRESOURCE(*argument) ? Number(*argument, "%ld") : Text(At<char>(*argument));
-     }},
-    {"secret", [](const HandleNames&, const DWORD* argument) { return Text(At<char>(*argument)); }},
-    {"h", [](const HandleNames& names, const DWORD* argument) { return names.Show(*argument); }},
-    {"-h", [](const HandleNames& names, const DWORD* argument) { return names.Show(*argument); }},
-    {"bytes", [](const HandleNames&, const DWORD* argument) { return Bytes(argument); }},
-    {"wides", [](const HandleNames&, const DWORD* argument) { return WideUnits(argument); }},
-    {"list", [](const HandleNames&, const DWORD* argument) { return List(*argument); }},
-    {"acl", [](const HandleNames&, const DWORD* argument) { return "{" + acl::Describe(At<ACL>(*argument)) + "}"; }},
-    {"ace",
-     [](const HandleNames&, const DWORD* argument) { return "{" + acl::DescribeEntry(At<void>(*argument)) + "}"; }},
-    {"sid", [](const HandleNames&, const DWORD* argument) { return acl::DescribeSid(At<void>(*argument)); }},
-    {"authority", [](const HandleNames&, const DWORD* argument) { return Authority(*argument); }},
-    {"privileges", [](const HandleNames&, const DWORD* argument) { return Privileges(*argument); }},
-    {"description",
-     [](const HandleNames&, const DWORD* argument) {
-         return *argument ? Text(At<SERVICE_DESCRIPTIONA>(*argument)->lpDescription) : "null";
-     }},
-    {"version", [](const HandleNames&, const DWORD* argument) { return Number(*At<DWORD>(*argument), "%lu"); }},
-    {"group", [](const HandleNames&, const DWORD* argument) { return Group(*argument); }},
-    {"member",
-     [](const HandleNames&, const DWORD* argument) {
-         return Wide(At<LOCALGROUP_MEMBERS_INFO_3>(*argument)->lgrmi3_domainandname);
-     }},
-    {"share", [](const HandleNames&, const DWORD* argument) { return Share(*argument); }},
-    {"user", [](const HandleNames&, const DWORD* argument) { return User(*argument); }},
-    {"browse", [](const HandleNames& names, const DWORD* argument) { return Browse(names, *argument); }},
-    {"request", [](const HandleNames& names, const DWORD* argument) { return Request(names, *argument); }},
-    {"iid", [](const HandleNames&, const DWORD* argument) { return Interface(*argument); }},
-    {">text", [](const HandleNames&, const DWORD* argument) { return Text(At<char>(*argument)); }},
-    {">num", [](const HandleNames&, const DWORD* argument) { return Number(*At<DWORD>(*argument), "%ld"); }},
-    {">state",
-     [](const HandleNames&, const DWORD* argument) {
-         return Number(At<SERVICE_STATUS>(*argument)->dwCurrentState, "state %lu");
-     }},
-    {">found",
-     [](const HandleNames&, const DWORD* argument) { return Text(At<WIN32_FIND_DATAA>(*argument)->cFileName); }},
-    {">com", [](const HandleNames& names, const DWORD* argument) { return names.Show(*At<DWORD>(*argument)); }},
-    {">malloc", [](const HandleNames& names, const DWORD* argument) { return names.Show(*At<DWORD>(*argument)); }},
+    {"text", Of<Text>},
+    {"wide", Of<Wide>},
+    {"num", Of<Signed>},
+    {"hex", Of<Hex>},
+    {"ptr", Of<[](const void* pointer) { return std::string(pointer ? "given" : "null"); }>},
+    {"param", Of<[](DWORD given) { return IS_INTRESOURCE(given) ? Signed(given) : Text(At<char>(given)); }>},
+    {"h", Handle},
+    {"-h", Handle},
+    {"bytes", Bytes},
+    {"wides", WideUnits},
+    {"list", Of<List>},
+    {"acl", Of<[](const ACL* list) { return "{" + acl::Describe(list) + "}"; }>},
+    {"ace", Of<[](const void* entry) { return "{" + acl::DescribeEntry(entry) + "}"; }>},
+    {"sid", Of<acl::DescribeSid>},
+    {"authority", Of<[](const SID_IDENTIFIER_AUTHORITY* given) { return Number(given->Value[5], "{%lu}"); }>},
+    {"privileges", Of<Privileges>},
+    {"description", Of<[](const SERVICE_DESCRIPTIONA* info) { return info ? Text(info->lpDescription) : "null"; }>},
+    {"version", Of<[](const DWORD* size) { return Signed(*size); }>},
+    {"group", Of<[](const LOCALGROUP_INFO_1* i) {
+         return Fields({Wide(i->lgrpi1_name), Wide(i->lgrpi1_comment)});
+     }>},
+    {"member", Of<[](const LOCALGROUP_MEMBERS_INFO_3* info) { return Wide(info->lgrmi3_domainandname); }>},
+    {"share", Of<Share>},
+    {"user", Of<User>},
+    {"browse", Browse},
+    {"request", Request},
+    {"iid", Of<Interface>},
+    {">text", Of<Text>},
+    {">num", Of<[](const DWORD* number) { return Signed(*number); }>},
+    {">state", Of<[](const SERVICE_STATUS* status) { return Number(status->dwCurrentState, "state %lu"); }>},
+    {">found", Of<[](const WIN32_FIND_DATAA* found) { return Text(found->cFileName); }>},
+    {">com", HandleAt},
+    {">malloc", HandleAt},
 };
 
 } // namespace
@@ -349,10 +355,7 @@ std::string HandleNames::Open() const
     std::set<std::string> open;
     for (const auto& [handle, name] : names_)
         open.insert(name.owned ? " " + name.text : "");
-    std::string joined;
-    for (const std::string& name : open)
-        joined += name;
-    return joined;
+    return std::accumulate(open.begin(), open.end(), std::string());
 }
 
 std::string ShowArgument(const HandleNames& names, const std::string& word, const DWORD* argument)
@@ -360,9 +363,8 @@ std::string ShowArgument(const HandleNames& names, const std::string& word, cons
     if (word.starts_with(">") && !*argument)
         return "null";
     if (word.starts_with(">h:"))
-        return names.Show(*At<DWORD>(*argument));
-    const auto kind =
-        std::find_if(std::begin(kKinds), std::end(kKinds), [&](const Kind& row) { return row.word == word; });
+        return HandleAt(names, argument);
+    const auto kind = std::ranges::find(kKinds, word, &Kind::word);
     return kind == std::end(kKinds) ? "no kind " + word : kind->show(names, argument);
 }
 
@@ -370,13 +372,8 @@ std::string Quoted(std::string_view text)
 {
     std::string quoted;
     for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (!code)
-            quoted += "\\0";
-        else if (code < 0x20 || code >= 0x7F)
-            quoted += Number(code, "\\x%02lX");
-        else
-            quoted += byte;
+        const bool isPlain = byte >= 0x20 && byte < 0x7F;
+        quoted += isPlain ? std::string(1, byte) : byte ? Number(static_cast<BYTE>(byte), "\\x%02lX") : "\\0";
     }
     return "\"" + quoted + "\"";
 }

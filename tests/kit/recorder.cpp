@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
+#include <iterator>
 #include <sstream>
 
 extern "C" {
@@ -16,7 +16,6 @@ uint64_t KitDispatch(DWORD row, DWORD* arguments);
 namespace kit {
 namespace {
 
-constexpr size_t kEntries = 224;
 constexpr size_t kEntrySize = 16;
 constexpr size_t kIndentationStep = 3;
 
@@ -32,15 +31,11 @@ std::vector<Row> TakeRowsApart()
 {
     std::vector<Row> rows;
     for (const PlatformCall& call : PlatformCalls()) {
-        Row row;
         std::istringstream words(call.arguments);
-        for (std::string word; words >> word;)
-            row.words.push_back(word);
-        row.result = call.result;
-        row.failable = row.result.back() != '!';
-        if (!row.failable)
-            row.result.pop_back();
-        rows.push_back(row);
+        const std::string result = call.result;
+        rows.push_back({{std::istream_iterator<std::string>(words), {}},
+                        result.substr(0, result.find('!')),
+                        !result.ends_with('!')});
     }
     return rows;
 }
@@ -56,9 +51,12 @@ void* Entry(size_t row)
 size_t RowOf(const std::string& name)
 {
     const auto calls = PlatformCalls();
-    return static_cast<size_t>(
-        std::find_if(calls.begin(), calls.end(), [&](const PlatformCall& call) { return call.name == name; }) -
-        calls.begin());
+    return static_cast<size_t>(std::ranges::find(calls, name, &PlatformCall::name) - calls.begin());
+}
+
+bool Is(size_t row, std::string_view name)
+{
+    return PlatformCalls()[row].name == name;
 }
 
 /** Stands in for a COM object: its methods are recorded and handed on. */
@@ -99,27 +97,21 @@ void Wrap(DWORD place, const std::string& type)
 
 bool Succeeded(const std::string& kind, DWORD result)
 {
-    if (kind == "code")
-        return result == ERROR_SUCCESS;
-    if (kind == "hresult")
-        return SUCCEEDED(static_cast<HRESULT>(result));
-    if (kind == "shell")
-        return result > 32;
-    if (kind == "attributes")
-        return result != INVALID_FILE_ATTRIBUTES;
-    return result && (!kind.starts_with("h:") || result != ~0U);
+    return kind == "code"         ? result == ERROR_SUCCESS
+           : kind == "hresult"    ? SUCCEEDED(static_cast<HRESULT>(result))
+           : kind == "shell"      ? result > 32
+           : kind == "attributes" ? result != INVALID_FILE_ATTRIBUTES
+                                  : result && (!kind.starts_with("h:") || result != ~0U);
 }
 
 DWORD FailureOf(const std::string& kind, DWORD code)
 {
-    if (kind == "code")
-        return code;
-    if (kind == "hresult")
-        return static_cast<DWORD>(E_FAIL);
-    if (kind == "shell")
-        return SE_ERR_ACCESSDENIED;
     const bool invalid = kind == "attributes" || kind == "h:file" || kind == "h:search";
-    return invalid ? ~0U : 0;
+    return kind == "code"      ? code
+           : kind == "hresult" ? static_cast<DWORD>(E_FAIL)
+           : kind == "shell"   ? DWORD{SE_ERR_ACCESSDENIED}
+           : invalid           ? ~0U
+                               : 0;
 }
 
 std::string ResultText(const std::string& kind, DWORD result, DWORD lastError)
@@ -132,14 +124,6 @@ std::string ResultText(const std::string& kind, DWORD result, DWORD lastError)
     else if (!Succeeded(kind, result))
         snprintf(text, sizeof text, " ! %lu", kind == "code" || kind == "shell" ? result : lastError);
     return text;
-}
-
-/** Without the carriage returns that a text file has. */
-std::string WithoutReturns(std::string_view text)
-{
-    std::string result(text);
-    std::erase(result, '\r');
-    return result;
 }
 
 } // namespace
@@ -185,22 +169,11 @@ bool Recorder::IsLog(DWORD file)
     return same;
 }
 
-/** @return whether the call writes a line into the log. */
-bool Recorder::TakeLine(size_t row, const DWORD* arguments)
-{
-    static const size_t write = RowOf("WriteFile");
-    if (row != write || log_.empty() || !IsLog(arguments[0]))
-        return false;
-    AddLine({reinterpret_cast<const char*>(arguments[1]), arguments[2]});
-    return true;
-}
-
 /** @param line  "severity, tab, indentation, message, line end". */
 void Recorder::AddLine(std::string_view line)
 {
-    Event event;
-    event.isLine = true;
-    event.text = WithoutReturns(line);
+    Event event = {.isLine = true, .text = std::string(line)};
+    std::erase(event.text, '\r');
     event.severity = event.text[0] == '3' ? 'E' : event.text[0] == '2' ? 'W' : event.text[0] == '1' ? 'I' : 'B';
     event.text.erase(0, event.text.find('\t') + 1);
     event.indentation = std::min(event.text.find_first_not_of(' '), event.text.size());
@@ -233,29 +206,23 @@ bool Recorder::FoldLine(const Event& line)
 
 bool Recorder::Listed(size_t row, const DWORD* arguments) const
 {
-    static const size_t localFree = RowOf("LocalFree");
-    static const size_t malloced = RowOf("IMalloc::Free");
-    if (folded_)
-        return false;
     // Texts of the system come and go with every failure.
-    return row == malloced || row != localFree || names_.Knows(arguments[0]);
+    return !folded_ && (!Is(row, "LocalFree") || names_.Knows(arguments[0]));
 }
 
 /** @return the function's result; the last error is as the function left it. */
 DWORD Recorder::Run(size_t row, const DWORD* arguments)
 {
-    static const size_t sleep = RowOf("Sleep");
-    if (row == sleep && !sleeps && !folded_)
+    if (Is(row, "Sleep") && !sleeps && !folded_)
         return 0;
     const PlatformCall& call = PlatformCalls()[row];
     const DWORD count = static_cast<DWORD>(rows[row].words.size());
     if (call.method < 0)
         return KitCall(rows[row].original, arguments, count);
     std::vector<DWORD> handedOn(arguments, arguments + count);
-    auto* proxy = reinterpret_cast<Proxy*>(arguments[0]);
-    handedOn[0] = reinterpret_cast<DWORD>(proxy->object);
-    void* const method = (*reinterpret_cast<void***>(proxy->object))[call.method];
-    return KitCall(method, handedOn.data(), count);
+    IUnknown* const object = reinterpret_cast<Proxy*>(arguments[0])->object;
+    handedOn[0] = reinterpret_cast<DWORD>(object);
+    return KitCall((*reinterpret_cast<void***>(object))[call.method], handedOn.data(), count);
 }
 
 void Recorder::NameResults(size_t row, const DWORD* arguments, DWORD& result)
@@ -278,10 +245,9 @@ void Recorder::NameResults(size_t row, const DWORD* arguments, DWORD& result)
             names_.Add(*reinterpret_cast<DWORD*>(argument), type, true);
         }
     }
-    static const size_t lookUp = RowOf("GetProcAddress");
-    if (row != lookUp)
+    if (!Is(row, "GetProcAddress") || !HIWORD(arguments[1]))
         return;
-    const size_t found = HIWORD(arguments[1]) ? RowOf(reinterpret_cast<const char*>(arguments[1])) : rows.size();
+    const size_t found = RowOf(reinterpret_cast<const char*>(arguments[1]));
     if (found < rows.size()) {
         rows[found].original = reinterpret_cast<void*>(result);
         result = reinterpret_cast<DWORD>(Entry(found));
@@ -291,14 +257,12 @@ void Recorder::NameResults(size_t row, const DWORD* arguments, DWORD& result)
 DWORD Recorder::Handle(size_t row, DWORD* arguments)
 {
     const DWORD lastError = GetLastError();
-    static const size_t close = RowOf("CloseHandle");
-    if (row == close && arguments[0] == logHandle_)
+    if (Is(row, "CloseHandle") && arguments[0] == logHandle_)
         logHandle_ = 0;
-    if (TakeLine(row, arguments)) {
-        SetLastError(lastError);
-        return Run(row, arguments);
-    }
-    if (!Listed(row, arguments)) {
+    const bool isLine = Is(row, "WriteFile") && !log_.empty() && IsLog(arguments[0]);
+    if (isLine)
+        AddLine({reinterpret_cast<const char*>(arguments[1]), arguments[2]});
+    if (isLine || !Listed(row, arguments)) {
         SetLastError(lastError);
         return Run(row, arguments);
     }

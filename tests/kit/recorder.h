@@ -32,8 +32,7 @@ public:
     /** @param log  The trace log; what the DLL writes there is taken for lines. */
     explicit Recorder(std::string log) : log_(std::move(log)) {}
     ~Recorder() { Stop(); }
-    Recorder(const Recorder&) = delete;
-    Recorder& operator=(const Recorder&) = delete;
+    Recorder(Recorder&&) = delete;
 
     void Start(HMODULE module);
     void Stop();
@@ -54,8 +53,6 @@ public:
     DWORD Handle(size_t row, DWORD* arguments);
 
 private:
-    struct Shown;
-    bool TakeLine(size_t row, const DWORD* arguments);
     void AddLine(std::string_view line);
     bool FoldLine(const Event& line);
     bool Listed(size_t row, const DWORD* arguments) const;
@@ -70,7 +67,7 @@ private:
     HandleNames names_;
     size_t indentation_ = 0;
     bool folded_ = false;
-    size_t foldedAt_ = 0; // indentation of the folded block
+    size_t foldedAt_ = 0; // its indentation
     int calls_ = 0;
     int failing_ = -1;
     DWORD failure_ = 0;

@@ -33,8 +33,7 @@ public:
             RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, access, &key_);
     }
     ~Key() { RegCloseKey(key_); }
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
+    Key(Key&&) = delete;
     HKEY Get() const { return key_; }
 
 private:
@@ -125,11 +124,6 @@ ScratchFolder::ScratchFolder()
         throw Failure("making " + path_);
 }
 
-ScratchFolder::~ScratchFolder()
-{
-    Remove();
-}
-
 std::string ScratchFolder::Make(const std::string& name, std::string_view content) const
 {
     WriteFile(Path(name), content);
@@ -144,11 +138,6 @@ std::ostream& operator<<(std::ostream& stream, const RegistryValue& value)
 RegistryValue RegistryValue::Text(std::string_view text, DWORD type)
 {
     return {type, std::string(text) + '\0'};
-}
-
-RegistryValue RegistryValue::Dword(DWORD number)
-{
-    return {REG_DWORD, std::string(reinterpret_cast<const char*>(&number), sizeof number)};
 }
 
 bool KeyExists(const std::string& path, View view)
@@ -202,10 +191,11 @@ ScratchKey::~ScratchKey()
     }
 }
 
-std::string SystemText(DWORD code)
+std::string SystemText(DWORD code, DWORD width)
 {
     char* text = nullptr;
-    FormatMessageA(0x13FF, nullptr, code, 0, reinterpret_cast<char*>(&text), 0, nullptr);
+    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | width,
+                   nullptr, code, 0, reinterpret_cast<char*>(&text), 0, nullptr);
     const std::string copy = text ? text : "Unspecified error";
     LocalFree(text);
     return copy;

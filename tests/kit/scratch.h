@@ -23,8 +23,7 @@ class FileLock {
 public:
     explicit FileLock(const std::string& path, DWORD sharing = 0);
     ~FileLock() { Release(); }
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
+    FileLock(FileLock&&) = delete;
     void Release();
 
 private:
@@ -35,9 +34,8 @@ private:
 class ScratchFolder {
 public:
     ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() { Remove(); }
+    ScratchFolder(ScratchFolder&&) = delete;
 
     /** @return the folder, without a closing backslash. */
     const std::string& Path() const { return path_; }
@@ -60,7 +58,6 @@ struct RegistryValue {
     friend std::ostream& operator<<(std::ostream& stream, const RegistryValue& value);
 
     static RegistryValue Text(std::string_view text, DWORD type = REG_SZ);
-    static RegistryValue Dword(DWORD number);
 };
 
 /** The view that a 32-bit program has by default, or the 64-bit one. */
@@ -79,8 +76,7 @@ class ScratchKey {
 public:
     ScratchKey();
     ~ScratchKey();
-    ScratchKey(const ScratchKey&) = delete;
-    ScratchKey& operator=(const ScratchKey&) = delete;
+    ScratchKey(ScratchKey&&) = delete;
 
     /** @return the key below HKEY_LOCAL_MACHINE, or one below it. */
     const std::string& Path() const { return path_; }
@@ -94,7 +90,7 @@ private:
     std::string path_;
 };
 
-/** @return the system's one-line text for a code, as results have it; "Unspecified error" where there is none. */
-std::string SystemText(DWORD code);
+/** @return the system's text for a code in one line or, with width 0, its own; "Unspecified error" without one. */
+std::string SystemText(DWORD code, DWORD width = FORMAT_MESSAGE_MAX_WIDTH_MASK);
 
 } // namespace kit

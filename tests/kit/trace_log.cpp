@@ -37,51 +37,29 @@ std::vector<std::string> TraceLog::Lines() const
     return SplitLines(std::string_view(ReadFile(path_)).substr(begin_));
 }
 
-std::vector<std::string> TraceLog::Indented() const
+std::vector<std::string> TraceLog::Messages() const
 {
     std::vector<std::string> lines = Lines();
     for (std::string& line : lines) {
-        const size_t severityEnd = line.find('\t');
-        const size_t columnsEnd = severityEnd == std::string::npos ? severityEnd : line.find('\t', severityEnd + 1);
-        line.erase(0, columnsEnd == std::string::npos ? 0 : columnsEnd + 1);
+        line.erase(0, line.find('\t', line.find('\t') + 1) + 1);
+        line.erase(0, std::min(line.find_first_not_of(' '), line.size()));
     }
     return lines;
 }
 
-std::vector<std::string> TraceLog::Messages() const
-{
-    std::vector<std::string> lines = Indented();
-    for (std::string& line : lines)
-        line.erase(0, std::min(line.find_first_not_of(' '), line.size()));
-    return lines;
-}
-
-std::vector<std::string> TraceLog::Graded() const
-{
-    const std::vector<std::string> lines = Lines();
-    std::vector<std::string> messages = Messages();
-    for (size_t index = 0; index < lines.size(); ++index)
-        messages[index] = lines[index].substr(0, 1) + " " + messages[index];
-    return messages;
-}
-
 testing::AssertionResult TraceLog::HasEach(const std::vector<std::string>& texts) const
 {
-    const std::vector<std::string> messages = Graded();
     for (const std::string& text : texts) {
-        const auto has = [&](const std::string& message) { return message.find(text) != std::string::npos; };
-        if (std::none_of(messages.begin(), messages.end(), has))
-            return testing::AssertionFailure() << "missing: " << text << "\n" << testing::PrintToString(messages);
+        if (!Contains(text))
+            return testing::AssertionFailure() << "missing: " << text << "\n" << testing::PrintToString(Messages());
     }
     return testing::AssertionSuccess();
 }
 
 size_t TraceLog::Count(std::string_view text) const
 {
-    const std::vector<std::string> messages = Messages();
-    return static_cast<size_t>(std::count_if(messages.begin(), messages.end(), [text](const std::string& message) {
-        return message.find(text) != std::string::npos;
-    }));
+    const auto has = [text](const std::string& message) { return message.find(text) != std::string::npos; };
+    return static_cast<size_t>(std::ranges::count_if(Messages(), has));
 }
 
 std::string LastMessage()

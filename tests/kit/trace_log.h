@@ -21,22 +21,12 @@ public:
 
     /** What follows begins here. */
     void Clear();
-
     /** Lines as they stand: severity, tab, date and time, tab, indentation, message. */
     std::vector<std::string> Lines() const;
-
-    /** Lines without columns: indentation and message. */
-    std::vector<std::string> Indented() const;
-
-    /** Messages alone. */
     std::vector<std::string> Messages() const;
 
-    /** Messages, each with its severity and a blank in front. */
-    std::vector<std::string> Graded() const;
-
-    /** Success if each of the texts is in one of the graded messages. */
+    /** Success if each of the texts is in one of the messages. */
     testing::AssertionResult HasEach(const std::vector<std::string>& texts) const;
-
     /** @return whether a message has the text in it, and how many have. */
     bool Contains(std::string_view text) const { return Count(text) != 0; }
     size_t Count(std::string_view text) const;

@@ -18,7 +18,8 @@ public:
 
     void Record()
     {
-        const std::string section = Pick({"Things", "things", "Registry entries", "Services", "Custom", "Custom", "Other one"});
+        const std::string section =
+            Pick({"Things", "things", "Registry entries", "Services", "Custom", "Custom", "Other one"});
         const std::string key = Pick({"C:\\dir\\", "HKEY_LOCAL_MACHINE\\a\\", "n"}) + std::to_string(Below(40)) +
                                 Pick({"", "\\\\name", ".TXT", ".txt", ";", "]"});
         // A custom value may hold "=", and its line is then no item's.
@@ -104,8 +105,9 @@ TEST_F(LogWriter, FilesOfOthersKeepWhatTheyHold)
     }
 }
 
-/** How far a recording child has come: calls begun and finished. */
+/** How far a recording child has come: whether it is at the moment to be killed, calls begun and finished. */
 struct Progress {
+    volatile LONG ready;
     volatile LONG begun;
     volatile LONG finished;
 };
@@ -133,6 +135,43 @@ private:
     Progress* view_;
 };
 
+/** The same program as it records; killed in the midst of things when this goes away. */
+class RecordingChild {
+public:
+    /** Returns once the child is ready, or has ended. */
+    RecordingChild(const std::string& argument, const SharedProgress& progress)
+    {
+        char program[MAX_PATH] = {};
+        GetModuleFileNameA(nullptr, program, sizeof program);
+        std::string line = std::string(program) + " --child record \"" + argument + "\"";
+        STARTUPINFOA startup = {};
+        startup.cb = sizeof startup;
+        EXPECT_TRUE(
+            CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &child_));
+        while (!progress->ready && WaitForSingleObject(child_.hProcess, 1) == WAIT_TIMEOUT) {
+        }
+    }
+    ~RecordingChild()
+    {
+        TerminateProcess(child_.hProcess, 99);
+        WaitForSingleObject(child_.hProcess, 10000);
+        CloseHandle(child_.hThread);
+        CloseHandle(child_.hProcess);
+    }
+    RecordingChild(const RecordingChild&) = delete;
+    RecordingChild& operator=(const RecordingChild&) = delete;
+
+private:
+    PROCESS_INFORMATION child_ = {};
+};
+
+[[noreturn]] void StopHere()
+{
+    SharedProgress()->ready = 1;
+    Sleep(INFINITE);
+    abort();
+}
+
 std::string FileName(LONG number)
 {
     return "file-" + std::string(60, 'x') + std::to_string(number);
@@ -147,7 +186,7 @@ void StopAt(const std::string& function, int n)
         static kit::ImportHook move("MoveFileExA", &MoveFileExA);
         move.Answer([](const char* from, const char* to, DWORD flags) {
             if (--left == 0)
-                kit::ChildIsReady(), Sleep(INFINITE);
+                StopHere();
             return move.Original()(from, to, flags);
         });
     } else if (function == "WriteFile") {
@@ -155,7 +194,7 @@ void StopAt(const std::string& function, int n)
         write.Answer([](HANDLE file, const void* bytes, DWORD size, DWORD* written, OVERLAPPED* overlapped) {
             // A write that the system may tear is one of more than a page.
             if (--left <= 0 && size > 4096)
-                write.Original()(file, bytes, 4096, written, overlapped), kit::ChildIsReady(), Sleep(INFINITE);
+                write.Original()(file, bytes, 4096, written, overlapped), StopHere();
             return write.Original()(file, bytes, size, written, overlapped);
         });
     }
@@ -171,7 +210,7 @@ const kit::ChildRole recorder("record", [](const std::string& argument) {
     if (colon != std::string::npos)
         StopAt(argument.substr(bar + 1, colon - bar - 1), std::stoi(argument.substr(colon + 1)));
     else
-        kit::ChildIsReady();
+        progress->ready = 1;
     for (LONG number = 0; number < 400; ++number) {
         progress->begun = number + 1;
         TARVO_CopyFile((folder + "\\source").c_str(), (folder + "\\" + FileName(number)).c_str(), TRUE);
@@ -194,11 +233,12 @@ TEST_F(LogWriter, KilledSetupLeavesAWholeLog)
         kit::ScratchFolder folder;
         folder.Make("source");
         folder.Make("foreign");
+        progress->ready = 0;
         progress->begun = 0;
         progress->finished = 0;
         {
             const bool stops = moment.find(':') != std::string::npos;
-            kit::ChildProcess child("record", folder.Path() + (stops ? "|" + moment : "|"));
+            const RecordingChild child(folder.Path() + (stops ? "|" + moment : "|"), progress);
             if (!stops)
                 Sleep(static_cast<DWORD>(std::stoi(moment)));
         } // killed
