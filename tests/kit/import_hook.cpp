@@ -49,19 +49,26 @@ std::vector<void**> FindSlots(HMODULE module, const char* function)
     return slots;
 }
 
+MEMORY_BASIC_INFORMATION MemoryAt(void** slot)
+{
+    MEMORY_BASIC_INFORMATION memory = {};
+    VirtualQuery(slot, &memory, sizeof memory);
+    return memory;
+}
+
+/** Import tables of this compiler can be written as they are; asking is cheaper than making it so. */
 void WriteSlot(void** slot, void* value)
 {
-    DWORD protection = 0;
-    VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
+    DWORD before = 0;
+    if (!(MemoryAt(slot).Protect & (PAGE_READWRITE | PAGE_WRITECOPY)))
+        VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &before);
     *slot = value;
-    VirtualProtect(slot, sizeof *slot, protection, &protection);
 }
 
 /** The module may have been unloaded since, or loaded anew in the same place. */
 bool Holds(void** slot, void* value)
 {
-    MEMORY_BASIC_INFORMATION memory = {};
-    VirtualQuery(slot, &memory, sizeof memory);
+    const MEMORY_BASIC_INFORMATION memory = MemoryAt(slot);
     return memory.State == MEM_COMMIT && memory.Type == MEM_IMAGE && *slot == value;
 }
 
