@@ -211,7 +211,7 @@ const kit::ChildRole recorder("record", [](const std::string& argument) {
         StopAt(argument.substr(bar + 1, colon - bar - 1), std::stoi(argument.substr(colon + 1)));
     else
         progress->ready = 1;
-    for (LONG number = 0; number < 400; ++number) {
+    for (LONG number = 0; number < 150; ++number) {
         progress->begun = number + 1;
         TARVO_CopyFile((folder + "\\source").c_str(), (folder + "\\" + FileName(number)).c_str(), TRUE);
         if (number % 3 == 0) // a section in front of another one: not all lines come to the end
@@ -226,8 +226,8 @@ TEST_F(LogWriter, KilledSetupLeavesAWholeLog)
     const SharedProgress progress;
     std::vector<std::string> moments;
     for (int n = 0; n < 60; ++n) // spread over the run, then amid a record
-        moments.push_back(n < 40 ? std::to_string(n * 5)
-                                 : (n < 50 ? "MoveFileExA:" : "WriteFile:") + std::to_string(1 + (n % 10) * 17));
+        moments.push_back(n < 40 ? std::to_string(n)
+                                 : (n < 50 ? "MoveFileExA:" : "WriteFile:") + std::to_string(1 + (n % 10) * 7));
     for (const std::string& moment : moments) {
         SCOPED_TRACE(moment);
         kit::ScratchFolder folder;
