@@ -27,8 +27,7 @@ public:
 
     enum class Line { kRead, kEnd, kNoMemory };
 
-    /** Reads a line of any length with its line feed; a zero in it ends what is kept. A read error counts as the end.
-     */
+    /** Reads a line of any length, line feed included; keeps it up to a zero in it. A read error is an end. */
     [[nodiscard]] Line ReadLine(GrowingBytes& line);
 
     void Rewind() { rewind(stream_.Get()); }
