@@ -17,7 +17,8 @@ constexpr DWORD kKeep = SERVICE_NO_CHANGE;
 
 void Install(Stage& stage, const char* path, DWORD type = kOwn, BOOL change = FALSE)
 {
-    stage.Call(&TARVO_InstallService, nullptr, kName, "Shown", type, kDemand, path, nullptr, nullptr, nullptr, change);
+    stage.Call(&TARVO_InstallService, "localhost", kName, "Shown", type, kDemand, path, nullptr, nullptr, nullptr,
+               change);
 }
 
 TEST_F(InstallRecords, Installing)
