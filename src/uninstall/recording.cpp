@@ -91,6 +91,7 @@ DWORD StartRecording(const char* file)
             return code;
     }
     KeepLogName(file, state.object.path);
+    state.object.file.Forget(); // what it holds may be another log's
     return ERROR_SUCCESS;
 }
 
