@@ -20,7 +20,12 @@
 //   end;
 //
 // - An empty text is handed over as NULL.
-// - A list of texts is one text with zeros between and behind: 'red'#0'green'#0.
+// - A list of texts is one text with zeros between: 'red'#0'green', or TARVO_List(['red', 'green']). What ends a list is
+//   added where the library expects one.
+// - The names that Windows has for numbers (REG_SZ, SERVICE_AUTO_START, SW_SHOWNORMAL) are defined here or by Inno Setup.
+//   They stand without quotes: the compiler takes a text where a number belongs, and at run time the call ends the setup
+//   (or its "try") with "Runtime error (at LINE:COLUMN): Type Mismatch."
+// - A call that cannot be made, since the library is not there or cannot be loaded, raises an exception too.
 // - For a text that is handed out, set the length of a variable first and cut it afterwards:
 //     SetLength(Source, 1024);
 //     TARVO_FindSourceInPFOs('C:\part.dll', Source, Length(Source));
@@ -43,6 +48,18 @@ const
   TARVO_UNINSTALL_SHORTCUTS = 203;
   TARVO_UNINSTALL_EVENTS = 204;
   TARVO_UNINSTALL_SHELL_EXTENSION = 205;
+  TARVO_ACCESS_READ = $A0000000;
+  TARVO_ACCESS_CHANGE = $E0010000;
+  TARVO_ACCESS_FULL = $10000000;
+  TARVO_RID_EVERYONE = 0;
+  TARVO_RID_AUTHENTICATED_USERS = 11;
+  TARVO_RID_SYSTEM = 18;
+  TARVO_RID_LOCAL_SERVICE = 19;
+  TARVO_RID_NETWORK_SERVICE = 20;
+  TARVO_RID_ADMINISTRATORS = 544;
+  TARVO_RID_USERS = 545;
+  TARVO_RID_GUESTS = 546;
+  TARVO_RID_POWER_USERS = 547;
   TARVO_POLICY_NONE = 0;
   TARVO_POLICY_OPEN = 1;
   TARVO_POLICY_USERS = 2;
@@ -75,6 +92,39 @@ const
   TARVO_REBOOT_FORCED = 2;
   TARVO_PICKER_CANCELLED = 1;
   TARVO_PICKER_UNAVAILABLE = 2;
+  // Numbers by the names that Windows has for them.
+  REG_NONE = 0;
+  REG_SZ = 1;
+  REG_EXPAND_SZ = 2;
+  REG_BINARY = 3;
+  REG_DWORD = 4;
+  REG_MULTI_SZ = 7;
+  SE_FILE_OBJECT = 1;
+  SE_REGISTRY_KEY = 4;
+  SERVICE_KERNEL_DRIVER = $1;
+  SERVICE_FILE_SYSTEM_DRIVER = $2;
+  SERVICE_WIN32_OWN_PROCESS = $10;
+  SERVICE_WIN32_SHARE_PROCESS = $20;
+  SERVICE_INTERACTIVE_PROCESS = $100;
+  SERVICE_BOOT_START = 0;
+  SERVICE_SYSTEM_START = 1;
+  SERVICE_AUTO_START = 2;
+  SERVICE_DEMAND_START = 3;
+  SERVICE_DISABLED = 4;
+  SERVICE_NO_CHANGE = $FFFFFFFF;
+  SERVICE_STOPPED = 1;
+  SERVICE_START_PENDING = 2;
+  SERVICE_STOP_PENDING = 3;
+  SERVICE_RUNNING = 4;
+  SERVICE_CONTINUE_PENDING = 5;
+  SERVICE_PAUSE_PENDING = 6;
+  SERVICE_PAUSED = 7;
+  EVENTLOG_ERROR_TYPE = $1;
+  EVENTLOG_WARNING_TYPE = $2;
+  EVENTLOG_INFORMATION_TYPE = $4;
+  USER_PRIV_USER = 1;
+  UF_PASSWD_CANT_CHANGE = $40;
+  UF_DONT_EXPIRE_PASSWD = $10000;
 
 // ---- Frame: trace log, result texts, the library itself -------------------------
 
@@ -129,10 +179,18 @@ procedure TARVO_SetPFOsImmediateFlush(Flag: DWORD);
 
 // ---- Registry -------------------------------------------------------------------
 
-function TARVO_CreateRegistryEntry(Locator: AnsiString; EntryType: DWORD; Flush: BOOL): DWORD;
+function TARVO__CreateRegistryEntry(Locator: AnsiString; EntryType: DWORD; Flush: BOOL): DWORD;
   external 'TARVO_CreateRegistryEntry@{#TarvoLibrary} cdecl delayload';
-function TARVO_CreateRegistryEntryEx(Locator: AnsiString; EntryType: DWORD; Flush, Virtualized: BOOL): DWORD;
+function TARVO_CreateRegistryEntry(Locator: AnsiString; EntryType: DWORD; Flush: BOOL): DWORD;
+begin
+  Result := TARVO__CreateRegistryEntry(Locator + #0, EntryType, Flush);
+end;
+function TARVO__CreateRegistryEntryEx(Locator: AnsiString; EntryType: DWORD; Flush, Virtualized: BOOL): DWORD;
   external 'TARVO_CreateRegistryEntryEx@{#TarvoLibrary} cdecl delayload';
+function TARVO_CreateRegistryEntryEx(Locator: AnsiString; EntryType: DWORD; Flush, Virtualized: BOOL): DWORD;
+begin
+  Result := TARVO__CreateRegistryEntryEx(Locator + #0, EntryType, Flush, Virtualized);
+end;
 function TARVO_SetProductVersion(Version, Product: AnsiString): DWORD;
   external 'TARVO_SetProductVersion@{#TarvoLibrary} cdecl delayload';
 function TARVO_RegisterDelayLoadLibrary(Path: AnsiString): DWORD;
@@ -172,9 +230,15 @@ function TARVO_GetCustomUnInstallString(Name, Buffer: AnsiString; Size: DWORD): 
 
 // ---- Services -------------------------------------------------------------------
 
-function TARVO_InstallService(Machine, Service, DisplayName: AnsiString; ServiceType, StartType: DWORD;
+function TARVO__InstallService(Machine, Service, DisplayName: AnsiString; ServiceType, StartType: DWORD;
   BinaryPath, Dependencies, Account, Password: AnsiString; ChangeExisting: BOOL): DWORD;
   external 'TARVO_InstallService@{#TarvoLibrary} cdecl delayload';
+function TARVO_InstallService(Machine, Service, DisplayName: AnsiString; ServiceType, StartType: DWORD;
+  BinaryPath, Dependencies, Account, Password: AnsiString; ChangeExisting: BOOL): DWORD;
+begin
+  Result := TARVO__InstallService(Machine, Service, DisplayName, ServiceType, StartType, BinaryPath,
+    Dependencies + #0, Account, Password, ChangeExisting);
+end;
 function TARVO_ChangeServiceConfig(Machine, Service: AnsiString; StartType, ServiceType: DWORD;
   BinaryPath, Account, Password, DisplayName: AnsiString): DWORD;
   external 'TARVO_ChangeServiceConfig@{#TarvoLibrary} cdecl delayload';
@@ -331,12 +395,24 @@ function TARVO_InstallDefaultPolicyFile(Source, Directory: AnsiString): DWORD;
 
 function TARVO_RegisterKobPlugIn(Name, Path: AnsiString): DWORD;
   external 'TARVO_RegisterKobPlugIn@{#TarvoLibrary} cdecl delayload';
-function TARVO_RegisterKobaPlugInEx(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
+function TARVO__RegisterKobaPlugInEx(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
   Name, Oid, Path, Dependencies: AnsiString; RestartAttempts, RestartInterval, WaitingInterval: DWORD): DWORD;
   external 'TARVO_RegisterKobaPlugInEx@{#TarvoLibrary} cdecl delayload';
-function TARVO_RegisterKobaPlugIn(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
+function TARVO_RegisterKobaPlugInEx(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
+  Name, Oid, Path, Dependencies: AnsiString; RestartAttempts, RestartInterval, WaitingInterval: DWORD): DWORD;
+begin
+  Result := TARVO__RegisterKobaPlugInEx(Reserved, PlugInType, StartMode, ErrorControl, Name, Oid, Path,
+    Dependencies + #0, RestartAttempts, RestartInterval, WaitingInterval);
+end;
+function TARVO__RegisterKobaPlugIn(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
   Name, Oid, Path, Dependencies: AnsiString): DWORD;
   external 'TARVO_RegisterKobaPlugIn@{#TarvoLibrary} cdecl delayload';
+function TARVO_RegisterKobaPlugIn(Reserved, PlugInType, StartMode, ErrorControl: DWORD;
+  Name, Oid, Path, Dependencies: AnsiString): DWORD;
+begin
+  Result := TARVO__RegisterKobaPlugIn(Reserved, PlugInType, StartMode, ErrorControl, Name, Oid, Path,
+    Dependencies + #0);
+end;
 function TARVO_RegisterKobaPlugInProperty(Name, PropertyName: AnsiString; ValueType: DWORD; Data: AnsiString;
   Size: DWORD): DWORD;
   external 'TARVO_RegisterKobaPlugInProperty@{#TarvoLibrary} cdecl delayload';
@@ -373,4 +449,210 @@ begin
   SetLength(Message, 1024);
   TARVO_GetLastErrorMessage(Message, Length(Message));
   Result := String(TARVO_TextIn(Message));
+end;
+
+// A list of texts, such as the services that another one depends on.
+function TARVO_List(const Texts: TArrayOfString): AnsiString;
+var
+  Index: Integer;
+begin
+  Result := '';
+  for Index := 0 to GetArrayLength(Texts) - 1 do
+    Result := Result + AnsiString(Texts[Index]) + #0;
+end;
+
+// ---- Ready-made: uninstalling, and one run of a setup ------------------------------
+
+// The lines of a section of an uninstall log; the caller frees them.
+function TARVO__Section(const LogFile, Section: String): TStringList;
+var
+  Buffer: AnsiString;
+  Lines: String;
+  Size: DWORD;
+begin
+  Result := TStringList.Create;
+  Size := 0;
+  TARVO_ReadIniFileSection(LogFile, Section, '', Size);
+  SetLength(Buffer, Size);
+  if TARVO_ReadIniFileSection(LogFile, Section, Buffer, Size) <> 0 then
+    Exit;
+  Lines := String(Buffer);
+  Lines := Copy(Lines, 1, Pos(#0#0, Lines) - 1);
+  StringChangeEx(Lines, #0, #13#10, False);
+  Result.Text := Lines;
+end;
+
+// What stands in front of a line's last equals sign; nothing for a line that an uninstall passes over.
+function TARVO__ItemOf(const Line: String): String;
+var
+  Last: Integer;
+begin
+  Result := '';
+  Last := Length(Line);
+  while (Last > 0) and (Line[Last] <> '=') do
+    Last := Last - 1;
+  if Copy(Line, Last, 2) <> '=0' then
+    Result := Copy(Line, 1, Last - 1);
+end;
+
+// Whether the restart will delete one of the files that a log lists; the running program does not count.
+function TARVO__FilesWait(const LogFile: String): Boolean;
+var
+  Lines: TStringList;
+  Index: Integer;
+  Item, Own: String;
+  Coming: AnsiString;
+begin
+  Result := False;
+  if IsUninstaller then
+    Own := ExpandConstant('{uninstallexe}')
+  else
+    Own := ExpandConstant('{srcexe}');
+  SetLength(Coming, 1024);
+  Lines := TARVO__Section(LogFile, 'Files');
+  try
+    for Index := 0 to Lines.Count - 1 do begin
+      Item := TARVO__ItemOf(Lines[Index]);
+      // A deletion is known by its empty source.
+      if FileExists(Item) and (CompareText(Item, Own) <> 0)
+        and (TARVO_FindSourceInPFOs(Item, Coming, Length(Coming)) = 0) and (TARVO_TextIn(Coming) = '') then
+        Result := True;
+    end;
+  finally
+    Lines.Free;
+  end;
+end;
+
+// Removes all that an uninstall log lists, then the log. Returns 0, or the code of the step that failed: the log then
+// stays. NeedRestart tells whether a recorded file goes at the next restart; folders that are not empty do not count.
+function TARVO_Uninstall(const LogFile: String; var NeedRestart: Boolean): DWORD;
+var
+  Deferred: DWORD;
+begin
+  NeedRestart := False;
+  Result := TARVO_OpenRollBackLog(LogFile);
+  if Result <> 0 then
+    Exit;
+  Result := TARVO_PerformUnInstall(TARVO_UNINSTALL_SERVICES); // what runs holds its file
+  if Result = 0 then
+    Result := TARVO_PerformUnInstall(TARVO_UNINSTALL_REGISTRY);
+  if Result = 0 then
+    Result := TARVO_PerformUnInstall(TARVO_UNINSTALL_FILES);
+  if Result = 0 then
+    Result := TARVO_PerformUnInstall(TARVO_UNINSTALL_SHORTCUTS);
+  TARVO_CloseRollBackLog;
+  if Result <> 0 then
+    Exit;
+  NeedRestart := TARVO__FilesWait(LogFile);
+  Result := TARVO_DeleteFileEx(LogFile, Deferred);
+end;
+
+// Nothing shall take the place of a file at the restart.
+procedure TARVO__TakeBack(const Path: String);
+var
+  Coming: AnsiString;
+  Deferred: DWORD;
+begin
+  SetLength(Coming, 1024);
+  if (TARVO_FindSourceInPFOs(Path, Coming, Length(Coming)) <> 0) or (TARVO_TextIn(Coming) = '') then
+    Exit;
+  TARVO_RemovePendingFileOperation('', Path);
+  TARVO_DeleteFileEx(TARVO_TextIn(Coming), Deferred);
+end;
+
+// Records each line of a section of a log, but for those that another log has.
+procedure TARVO__CopySection(const LogFile, Section, KnownTo: String);
+var
+  Lines: TStringList;
+  Index: Integer;
+  Item: String;
+begin
+  Lines := TARVO__Section(LogFile, Section);
+  try
+    for Index := 0 to Lines.Count - 1 do begin
+      Item := TARVO__ItemOf(Lines[Index]);
+      if Item = '' then
+        Continue;
+      if (KnownTo = '') or ((Pos('=', Item) = 0) and (GetIniInt(Section, Item, 0, 0, 0, KnownTo) = 0)) then
+        TARVO_AddRollbackEntry(Section, '', Item, False)
+      else if Section = 'Files' then
+        TARVO__TakeBack(Item);
+    end;
+  finally
+    Lines.Free;
+  end;
+end;
+
+procedure TARVO__CopyCustom(const LogFile: String);
+var
+  Lines: TStringList;
+  Index, Equals: Integer;
+begin
+  Lines := TARVO__Section(LogFile, 'Custom');
+  try
+    for Index := 0 to Lines.Count - 1 do begin
+      Equals := Pos('=', Lines[Index]);
+      if Equals > 0 then
+        TARVO_SetCustomUnInstallString(Copy(Lines[Index], 1, Equals - 1),
+          Copy(Lines[Index], Equals + 1, Length(Lines[Index])));
+    end;
+  finally
+    Lines.Free;
+  end;
+end;
+
+// Records all lines of a log into another one, but for those that a third has.
+function TARVO__CopyLines(const LogFile, Into, KnownTo: String): DWORD;
+begin
+  Result := TARVO_StartUninstallLogging(Into, '');
+  if Result <> 0 then
+    Exit;
+  TARVO__CopySection(LogFile, 'Files', KnownTo);
+  TARVO__CopySection(LogFile, 'Shortcuts', KnownTo);
+  TARVO__CopySection(LogFile, 'Registry entries', KnownTo);
+  TARVO__CopySection(LogFile, 'Registry entries unvirtualized', KnownTo);
+  TARVO__CopySection(LogFile, 'Services', KnownTo);
+  TARVO__CopyCustom(LogFile);
+  if KnownTo <> '' then
+    TARVO_SetCustomUnInstallString('Undone', '1'); // so that the log is there, whatever is left out
+  Result := TARVO_StopUninstallLogging;
+  if not FileExists(Into) then // recording itself never fails
+    Result := TARVO_ERROR_FAILED;
+end;
+
+// Adds to LogFile what this run of the setup has recorded into a log of its own, RunLog, and deletes that. A run that has
+// recorded nothing has no log.
+function TARVO_KeepRun(const RunLog, LogFile: String): DWORD;
+var
+  Deferred: DWORD;
+begin
+  Result := 0;
+  if not FileExists(RunLog) then
+    Exit;
+  Result := TARVO__CopyLines(RunLog, LogFile, '');
+  if Result = 0 then
+    Result := TARVO_DeleteFileEx(RunLog, Deferred);
+end;
+
+// Removes what this run of the setup has recorded into RunLog, but for what LogFile lists as well: that was there
+// before. What the next restart was to put in place of such a file is taken back. LogFile, which need not exist, stays
+// as it is. Where there is one, items of this run with an equals sign stay: an INI file cannot be asked for them.
+// Result and NeedRestart are those of TARVO_Uninstall.
+function TARVO_UndoRun(const RunLog, LogFile: String; var NeedRestart: Boolean): DWORD;
+var
+  Deferred: DWORD;
+begin
+  NeedRestart := False;
+  Result := 0;
+  if not FileExists(RunLog) then
+    Exit;
+  if not FileExists(LogFile) then begin
+    Result := TARVO_Uninstall(RunLog, NeedRestart);
+    Exit;
+  end;
+  Result := TARVO__CopyLines(RunLog, RunLog + '.undo', LogFile);
+  if Result = 0 then
+    Result := TARVO_DeleteFileEx(RunLog, Deferred);
+  if Result = 0 then
+    Result := TARVO_Uninstall(RunLog + '.undo', NeedRestart);
 end;

@@ -489,6 +489,22 @@ DWORD __cdecl TARVO_EnableServiceInHWProfile(_In_opt_z_ const char* machine, _In
  * @{
  */
 
+/** Access masks, which suit files and keys. */
+#define TARVO_ACCESS_READ 0xA0000000UL   /**< GENERIC_READ, GENERIC_EXECUTE */
+#define TARVO_ACCESS_CHANGE 0xE0010000UL /**< these, GENERIC_WRITE, DELETE */
+#define TARVO_ACCESS_FULL 0x10000000UL   /**< GENERIC_ALL */
+
+/** Relative identifiers: whom a grant is for, in any language of Windows. */
+#define TARVO_RID_EVERYONE 0
+#define TARVO_RID_AUTHENTICATED_USERS 11
+#define TARVO_RID_SYSTEM 18
+#define TARVO_RID_LOCAL_SERVICE 19
+#define TARVO_RID_NETWORK_SERVICE 20
+#define TARVO_RID_ADMINISTRATORS 544
+#define TARVO_RID_USERS 545
+#define TARVO_RID_GUESTS 546
+#define TARVO_RID_POWER_USERS 547
+
 /**
  * Grants an account access to an object, and its children to come (GetNamedSecurityInfo, SetNamedSecurityInfo). Two
  * entries replace what the list allowed or denied the account itself: one for the object, one that children inherit.
@@ -497,7 +513,7 @@ DWORD __cdecl TARVO_EnableServiceInHWProfile(_In_opt_z_ const char* machine, _In
  * @param type       SE_FILE_OBJECT (1) or SE_REGISTRY_KEY (4).
  * @param name       A file or directory; or a key, as main key name \ subkey, in the process's own view.
  * @param account    In any form that LookupAccountName takes; NULL is the account that runs the setup.
- * @param mask       Access rights, generic ones as well.
+ * @param mask       TARVO_ACCESS_..., or other access rights.
  * @param replace    Non-zero leaves nothing in the list but the new entries.
  * @param recursive  Non-zero does the same to all that lies below, each object before its contents; failures there
  *                   are only traced and keep the walk out of what lies below them. Links to directories are followed,
@@ -512,8 +528,8 @@ DWORD __cdecl TARVO_SetObjectSecurity(DWORD type, _In_z_ const char* name, _In_o
 
 /**
  * As TARVO_SetObjectSecurity, for a principal named by its relative identifier.
- * @param rid     Without a domain: 0 everyone, 1 to 32 below NT AUTHORITY, 500 to 543 of this machine's accounts, 544
- *                to 999 built-in. With one: 500 to 543.
+ * @param rid     TARVO_RID_... Without a domain: 0 everyone, 1 to 32 below NT AUTHORITY, 500 to 543 of this machine's
+ * accounts, 544 to 999 built-in. With one: 500 to 543.
  * @param domain  NULL for this machine.
  * @return as TARVO_SetObjectSecurity; ERROR_NOT_SUPPORTED, another rid; ERROR_ACCESS_DENIED, also if the SID of the
  *         domain cannot be had (NetGetDCName, NetUserModalsGet).
