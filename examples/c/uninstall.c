@@ -58,16 +58,36 @@ static void RemoveFolders(const char* folder)
     Check(TARVO_DeleteFileEx(above, NULL), "deleting the folder above");
 }
 
-/* The steps of a replay tell of no restart; whether the next one will delete the program does. */
-static void LookForWhatIsLeft(const char* folder)
+/* The steps of a replay tell of no restart; what the next one will delete does. Folders do not count. */
+static int GoesAtRestart(char* line)
 {
-    char program[MAX_PATH + 16];
     char replacement[MAX_PATH];
-    snprintf(program, sizeof program, "%s\\lantern.exe", folder);
-    if (TARVO_FindSourceInPFOs(program, replacement, sizeof replacement) != 0)
-        return;
-    restart_needed = 1;
-    Say("the rest goes at the restart: ", folder);
+    char* const equals = strrchr(line, '=');
+    DWORD attributes;
+    if (!equals || strcmp(equals, "=0") == 0)
+        return 0;
+    *equals = '\0';
+    attributes = GetFileAttributesA(line);
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY) &&
+           TARVO_FindSourceInPFOs(line, replacement, sizeof replacement) == 0 && replacement[0] == '\0';
+}
+
+static void LookForWhatIsLeft(const char* log)
+{
+    char* lines;
+    char* line;
+    char* next;
+    DWORD size = 0;
+    TARVO_ReadIniFileSection(log, "Files", NULL, &size);
+    lines = malloc(size);
+    if (!lines)
+        exit(1);
+    Check(TARVO_ReadIniFileSection(log, "Files", lines, &size), "reading the uninstall log");
+    for (line = lines; *line; line = next) {
+        next = line + strlen(line) + 1;
+        restart_needed |= GoesAtRestart(line);
+    }
+    free(lines);
 }
 
 /* Where the setup installed the product, its log among it: this goes with the registry entries. */
@@ -100,9 +120,11 @@ static void Uninstall(const char* log, const char* folder)
     Replay(TARVO_UNINSTALL_SHORTCUTS, "shortcuts");
     Check(TARVO_CloseRollBackLog(), "closing the uninstall log");
     Check(TARVO_DeleteEventSource("Lantern"), "deleting the event source");
+    LookForWhatIsLeft(log);
     Check(TARVO_DeleteFileEx(log, NULL), "deleting the uninstall log");
     RemoveFolders(folder);
-    LookForWhatIsLeft(folder);
+    if (restart_needed)
+        Say("the rest goes at the restart: ", folder);
 }
 
 int main(void)

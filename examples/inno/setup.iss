@@ -1,7 +1,22 @@
 ; A setup and its uninstaller that do their work through TARVO.DLL.
-;   ISCC /DVersion=1|2 /DLibrary=DLL /DBuilt=FOLDER /DProduct=FOLDER /O"FOLDER" /F"NAME" setup.iss
+;   ISCC /DVersion=1|2 setup.iss
+; Where the parts lie may be given too: /DLibrary=DLL /DBuilt=FOLDER /DProduct=FOLDER /O"FOLDER" /F"NAME"
 ; Silent: /VERYSILENT /SUPPRESSMSGBOXES /NORESTART /RESTARTEXITCODE=3010. Then the setup ends with 0, or with 3010
-; when a restart is needed to finish. lantern.iss tells how to have setup and uninstaller write a log.
+; when a restart is needed to finish; Inno Setup's uninstallers end with 0 in both cases. lantern.iss tells how to have
+; setup and uninstaller write a log.
+#ifndef Version
+  #define Version "1"
+#endif
+#ifndef Library
+  #define Library "..\..\TARVO.DLL"
+#endif
+#ifndef Product
+  #define Product "..\product"
+#endif
+#ifndef Built
+  #define Built Product
+#endif
+
 [Setup]
 AppId=Lantern
 AppName=Lantern
@@ -37,16 +52,8 @@ const
   Keeper = 'LanternKeeper';
   EventSource = 'Lantern';
   StartMenuGroup = 'Lantern';
-  EventTypes = 7; // errors, warnings, information
+  EventTypes = EVENTLOG_ERROR_TYPE or EVENTLOG_WARNING_TYPE or EVENTLOG_INFORMATION_TYPE;
   Minute = 60000;
-  SZ = 1;
-  DWORD_ = 4;
-  MULTI_SZ = 7;
-  SERVICE_WIN32_OWN_PROCESS = $10;
-  SERVICE_AUTO_START = 2;
-  SERVICE_STOPPED = 1;
-  SERVICE_RUNNING = 4;
-  READ_ONLY = 1;
 
 // What the uninstall log says is done with an administrator's rights: it lies where only administrators write. So
 // the product's folder is made before the log, and goes after it.
@@ -62,13 +69,13 @@ end;
 
 procedure WriteSettings;
 begin
-  SetValue(Key + '\\Version|{#Version}', DWORD_);
-  SetValue(Key + '\\Folder|' + InApp(''), SZ);
-  SetValue(Key + '\Wicks\\Colours|red'#0'green'#0, MULTI_SZ);
-  Check(TARVO_CreateRegistryEntryEx(Key + '\\Version|{#Version}', DWORD_, False, False),
+  SetValue(Key + '\\Version|{#Version}', REG_DWORD);
+  SetValue(Key + '\\Folder|' + InApp(''), REG_SZ);
+  SetValue(Key + '\Wicks\\Colours|red'#0'green', REG_MULTI_SZ);
+  Check(TARVO_CreateRegistryEntryEx(Key + '\\Version|{#Version}', REG_DWORD, False, False),
     'setting the version in the 64-bit view');
-  SetValue(ProgramsKey + '\\DisplayName|Lantern {#Version}', SZ);
-  SetValue(ProgramsKey + '\\UninstallString|' + ExpandConstant('{uninstallexe}'), SZ);
+  SetValue(ProgramsKey + '\\DisplayName|Lantern {#Version}', REG_SZ);
+  SetValue(ProgramsKey + '\\UninstallString|' + ExpandConstant('{uninstallexe}'), REG_SZ);
   Say('settings written in both registry views');
 end;
 
@@ -113,7 +120,7 @@ begin
   Check(TARVO_CreateDirectory(InApp('data')), 'making the folders');
   InstallFile('lantern.exe', 'lantern.exe');
   InstallFile('words.txt', 'data\words.txt');
-  Check(TARVO_ResetFileReadOnlyAttribute(InApp('data\words.txt'), READ_ONLY), 'protecting words.txt');
+  Check(TARVO_ResetFileReadOnlyAttribute(InApp('data\words.txt'), FILE_ATTRIBUTE_READONLY), 'protecting words.txt');
 #if Version == "2"
   StopKeeper;
 #endif
@@ -148,21 +155,9 @@ begin
   Result := RestartNeeded;
 end;
 
-procedure Replay(Operation: DWORD; const What: String);
+// The folders that were there before the log. What is in use keeps them until the restart.
+procedure RemoveFoldersAtRestart;
 begin
-  Check(TARVO_PerformUnInstall(Operation), 'removing ' + What);
-  Say(IntToStr(Operation) + ', ' + What + ': done');
-end;
-
-// The steps tell of no restart; whether the next one will delete the program does. Its folders then go with it.
-procedure LookForWhatIsLeft;
-var
-  Pending: AnsiString;
-begin
-  SetLength(Pending, 1024);
-  if TARVO_FindSourceInPFOs(InApp('lantern.exe'), Pending, Length(Pending)) <> 0 then
-    Exit;
-  RestartNeeded := True;
   Check(TARVO_DeleteAfterReboot(InApp('')), 'deferring the removal of the folder');
   Check(TARVO_DeleteAfterReboot(ExtractFileDir(InApp(''))), 'deferring the removal of the folder above');
   Say('the rest goes at the restart: ' + InApp(''));
@@ -176,14 +171,10 @@ begin
   SetLength(InstalledVersion, 1024);
   Check(TARVO_GetCustomUnInstallString('Version', InstalledVersion, Length(InstalledVersion)), 'reading the version');
   Say('the log says: version ' + String(TARVO_TextIn(InstalledVersion)));
-  Replay(TARVO_UNINSTALL_SERVICES, 'services');
-  Replay(TARVO_UNINSTALL_REGISTRY, 'registry entries');
-  Replay(TARVO_UNINSTALL_FILES, 'files');
-  Replay(TARVO_UNINSTALL_SHORTCUTS, 'shortcuts');
-  Check(TARVO_CloseRollBackLog, 'closing the uninstall log');
+  Check(TARVO_Uninstall(UninstallLog, RestartNeeded), 'removing what the log lists');
   Check(TARVO_DeleteEventSource(EventSource), 'deleting the event source');
-  RemoveFile(UninstallLog);
-  LookForWhatIsLeft;
+  if RestartNeeded then
+    RemoveFoldersAtRestart;
 end;
 
 procedure CurUninstallStepChanged(Step: TUninstallStep);

@@ -31,9 +31,9 @@ Var restart
 !macroend
 
 !macro Say TEXT
-  DetailPrint "${TEXT}"
+  DetailPrint `${TEXT}`
   ${If} $report != ""
-    FileWrite $report "${TEXT}$\r$\n"
+    FileWrite $report `${TEXT}$\r$\n`
   ${EndIf}
 !macroend
 !define Say "!insertmacro Say"
@@ -42,7 +42,7 @@ Var restart
 !macro Check WHAT
   ${If} $0 <> 0
     ${TARVO_LastError} $1
-    ${Say} "${WHAT} failed with $0: $1"
+    ${Say} `${WHAT} failed with $0: $1`
     !insertmacro EndTarvo 1
   ${EndIf}
 !macroend
@@ -76,7 +76,7 @@ Var restart
 
 ; Sets a registry value, in the view of 32-bit programs.
 !macro Set LOCATOR TYPE
-  ${TARVO_CreateRegistryEntry} $0 "${LOCATOR}" ${TYPE} 0
-  ${Check} "setting ${LOCATOR}"
+  ${TARVO_CreateRegistryEntry} $0 `${LOCATOR}` ${TYPE} 0
+  ${Check} `setting ${LOCATOR}`
 !macroend
 !define Set "!insertmacro Set"

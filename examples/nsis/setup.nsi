@@ -1,7 +1,27 @@
 ; A setup and its uninstaller that do their work through TARVO.DLL.
-;   makensis -DVERSION=1|2 -DLIBRARY=DLL -DBUILT=FOLDER -DPRODUCT=FOLDER -DSETUP=FILE setup.nsi
-; Both take /S (silent) and end with 0, with 3010 when a restart is needed to
-; finish, or with 1. lantern.nsh tells how to have them write a log.
+;   makensis -DVERSION=1|2 setup.nsi
+; Where the parts lie may be given too: -DLIBRARY=DLL -DBUILT=FOLDER -DPRODUCT=FOLDER -DSETUP=FILE. Both take /S
+; (silent). The setup ends with 0, with 3010 when a restart is needed to finish, or with 1.
+;
+; So does the uninstaller, if it is run in place: uninstall.exe /S _?=FOLDER, as QuietUninstallString has it. Otherwise
+; NSIS starts a copy of it and ends at once, with 0. In place its own file is in use and goes at the next restart, which
+; is no reason for one. lantern.nsh tells how to have both write a log.
+!ifndef VERSION
+  !define VERSION 1
+!endif
+!ifndef LIBRARY
+  !define LIBRARY "../../TARVO.DLL"
+!endif
+!ifndef PRODUCT
+  !define PRODUCT "../product"
+!endif
+!ifndef BUILT
+  !define BUILT "${PRODUCT}"
+!endif
+!ifndef SETUP
+  !define SETUP "setup-${VERSION}.exe"
+!endif
+
 Unicode true
 Name "Lantern ${VERSION}"
 OutFile "${SETUP}"
@@ -10,24 +30,14 @@ RequestExecutionLevel admin
 Page instfiles
 UninstPage instfiles
 
-!include LogicLib.nsh
 !include FileFunc.nsh
-!include "${__FILEDIR__}/../../include/tarvo.nsh"
+!include ../../include/tarvo.nsh
 !include lantern.nsh
 
 !define RESTART_NEEDED 3010
-!define SZ 1
-!define DWORD 4
-!define MULTI_SZ 7
-!define READ_ONLY 1
-!define SERVICE_WIN32_OWN_PROCESS 0x10
-!define SERVICE_AUTO_START 2
-!define SERVICE_STOPPED 1
-!define SERVICE_RUNNING 4
 !define KEEPER LanternKeeper
 !define MINUTE 60000
-!define SW_SHOWNORMAL 1
-!define EVENT_TYPES 7 ; errors, warnings, information
+!define EVENT_TYPES ${EVENTLOG_ERROR_TYPE}|${EVENTLOG_WARNING_TYPE}|${EVENTLOG_INFORMATION_TYPE}
 !define EVENT_SOURCE "Lantern"
 !define KEY "HKEY_LOCAL_MACHINE\Software\Harbour\Lantern"
 !define PROGRAMS_KEY "HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall\Lantern"
@@ -39,26 +49,15 @@ UninstPage instfiles
 !define START_MENU_GROUP "Lantern"
 
 !macro Settings
-  ${Set} "${KEY}\\Version|${VERSION}" ${DWORD}
-  ${Set} "${KEY}\\Folder|$INSTDIR" ${SZ}
-  !insertmacro SetColours
-  ${TARVO_CreateRegistryEntryEx} $0 "${KEY}\\Version|${VERSION}" ${DWORD} 0 0
+  ${Set} "${KEY}\\Version|${VERSION}" ${REG_DWORD}
+  ${Set} "${KEY}\\Folder|$INSTDIR" ${REG_SZ}
+  ${Set} "${KEY}\Wicks\\Colours|red$\ngreen" ${REG_MULTI_SZ}
+  ${TARVO_CreateRegistryEntryEx} $0 "${KEY}\\Version|${VERSION}" ${REG_DWORD} 0 0
   ${Check} "setting the version in the 64-bit view"
-  ${Set} "${PROGRAMS_KEY}\\DisplayName|Lantern ${VERSION}" ${SZ}
-  ${Set} "${PROGRAMS_KEY}\\UninstallString|$INSTDIR\uninstall.exe" ${SZ}
+  ${Set} "${PROGRAMS_KEY}\\DisplayName|Lantern ${VERSION}" ${REG_SZ}
+  ${Set} "${PROGRAMS_KEY}\\UninstallString|$INSTDIR\uninstall.exe" ${REG_SZ}
+  ${Set} '${PROGRAMS_KEY}\\QuietUninstallString|"$INSTDIR\uninstall.exe" /S _?=$INSTDIR' ${REG_SZ}
   ${Say} "settings written in both registry views"
-!macroend
-
-; A list continues behind the locator's own zero, which no NSIS text can do:
-; the call takes an address here.
-!macro SetColours
-  StrCpy $1 "${KEY}\Wicks\\Colours|red"
-  StrLen $2 $1
-  IntOp $2 $2 + 1
-  System::Call "*(&m$2 r1, &m6 'green', &i1 0) p .r3"
-  System::Call "${TARVO_DLL}::TARVO_CreateRegistryEntry(p r3, i ${MULTI_SZ}, i 0) i .r0 ? c"
-  System::Free $3
-  ${Check} "setting the colours"
 !macroend
 
 ; What others know the product by. A source of the event log is not recorded:
@@ -75,13 +74,6 @@ UninstPage instfiles
   ${Say} "shortcut, event source and plug-in registered"
 !macroend
 
-; The library records what it creates itself. This one NSIS makes.
-!macro RecordedByHand
-  WriteUninstaller "$INSTDIR\uninstall.exe"
-  ${TARVO_AddFileToUninstallLog} $0 "$INSTDIR\uninstall.exe"
-  ${Check} "recording the uninstaller"
-!macroend
-
 ; Ends a service. It is stopped a moment before its program has ended, and only
 ; then can the file be replaced.
 !macro StopKeeper
@@ -96,7 +88,7 @@ UninstPage instfiles
 ; A service that is there is changed, its display name included.
 !macro StartKeeper
   ${TARVO_InstallService} $0 ${TARVO_NULL} ${KEEPER} "Lantern Keeper ${VERSION}" ${SERVICE_WIN32_OWN_PROCESS} \
-      ${SERVICE_AUTO_START} "$INSTDIR\keeper.exe" 0 ${TARVO_NULL} ${TARVO_NULL} 1
+      ${SERVICE_AUTO_START} "$INSTDIR\keeper.exe" ${TARVO_NULL} ${TARVO_NULL} ${TARVO_NULL} 1
   ${Check} "installing ${KEEPER}"
   ${TARVO_StartService} $0 ${TARVO_NULL} ${KEEPER}
   ${Check} "starting ${KEEPER}"
@@ -120,7 +112,7 @@ Section
   ${Check} "making $INSTDIR\data"
   ${Install} "$PLUGINSDIR\lantern.exe" "$INSTDIR\lantern.exe"
   ${Install} "$PLUGINSDIR\words.txt" "$INSTDIR\data\words.txt"
-  ${TARVO_ResetFileReadOnlyAttribute} $0 "$INSTDIR\data\words.txt" ${READ_ONLY}
+  ${TARVO_ResetFileReadOnlyAttribute} $0 "$INSTDIR\data\words.txt" ${FILE_ATTRIBUTE_READONLY}
   ${Check} "protecting words.txt"
 !if ${VERSION} = 2
   !insertmacro StopKeeper
@@ -135,7 +127,8 @@ Section
 !endif
   !insertmacro Settings
   !insertmacro Registrations
-  !insertmacro RecordedByHand
+  WriteUninstaller "$PLUGINSDIR\uninstall.exe" ; copied, it is recorded, and may be in use
+  ${Install} "$PLUGINSDIR\uninstall.exe" "$INSTDIR\uninstall.exe"
   ${TARVO_SetCustomUnInstallString} $0 "Version" "${VERSION}"
   ${Check} "recording the version"
   ${TARVO_StopUninstallLogging} $0
@@ -147,12 +140,6 @@ Section
   !insertmacro EndTarvo ${RESTART_NEEDED}
 SectionEnd
 
-!macro Replay CODE WHAT
-  ${TARVO_PerformUnInstall} $0 ${CODE}
-  ${Check} "removing ${WHAT}"
-  ${Say} "${CODE}, ${WHAT}: done"
-!macroend
-
 ; Removes a folder; one that is not empty is tried again at the restart, when what
 ; was in use has gone. Others may keep it: that is no reason for a restart.
 !macro RemoveFolder FOLDER
@@ -160,7 +147,6 @@ SectionEnd
   ${Check} "deleting ${FOLDER}"
 !macroend
 
-; Run with _?=FOLDER the uninstaller works in place and is in use itself.
 Section un.install
   SetShellVarContext all
   !insertmacro StartTarvo
@@ -169,22 +155,14 @@ Section un.install
   ${TARVO_GetCustomUnInstallString} $0 "Version" $1
   ${Check} "reading the version"
   ${Say} "the log says: version $1"
-  !insertmacro Replay ${TARVO_UNINSTALL_SERVICES} "services"
-  !insertmacro Replay ${TARVO_UNINSTALL_REGISTRY} "registry entries"
-  !insertmacro Replay ${TARVO_UNINSTALL_FILES} "files"
-  !insertmacro Replay ${TARVO_UNINSTALL_SHORTCUTS} "shortcuts"
-  ${TARVO_CloseRollBackLog} $0
-  ${Check} "closing the uninstall log"
+  ${TARVO_Uninstall} $0 "${UNINSTALL_LOG}" $restart
+  ${Check} "removing what the log lists"
   ${TARVO_DeleteEventSource} $0 "${EVENT_SOURCE}"
   ${Check} "deleting the event source"
-  ${Remove} "${UNINSTALL_LOG}"
   !insertmacro RemoveFolder "$INSTDIR"
   ${GetParent} "$INSTDIR" $2
   !insertmacro RemoveFolder "$2"
-
-  ; The steps tell of no restart; whether the next one will delete the program does.
-  ${TARVO_FindSourceInPFOs} $0 "$INSTDIR\lantern.exe" $1
-  ${If} $0 = 0
+  ${If} $restart = 1
     ${Say} "the rest goes at the restart: $INSTDIR"
     !insertmacro EndTarvo ${RESTART_NEEDED}
   ${EndIf}

@@ -42,6 +42,7 @@ main() {
     restart_into_version_2
     uninstall
     restart_into_nothing
+    uninstall_with_nothing_in_use
     show_logs
 }
 
@@ -53,7 +54,6 @@ tell_of() {
     setup_name=setup
     setup_options=(/S)
     own_files=(uninstall.exe)
-    uninstall_status=$restart_needed
     case $1 in
         nsis) uninstaller=own_uninstaller_in_place ;;
         c) uninstaller=uninstaller_in_c ;;
@@ -62,35 +62,37 @@ tell_of() {
             setup_options=(/VERYSILENT /SUPPRESSMSGBOXES /NORESTART /RESTARTEXITCODE=3010)
             own_files=(TARVO.dll unins000.dat unins000.exe)
             uninstaller=inno_uninstaller
-            uninstall_status=0 # Inno Setup's uninstallers have no code for a restart
             ;;
         *) die "demo.sh nsis|inno|c" ;;
     esac
 }
+
+# Each is told the exit code to expect, and tells which file of its own stays.
 
 # NSIS, told the folder with _?=, works in place and is in use itself. What
 # follows must not be quoted, blanks or not.
 own_uninstaller_in_place() {
     local in_place
     read -ra in_place <<<"_?=$folder_in_windows"
-    run_setup "$uninstall_status" "$folder/uninstall.exe" "${in_place[@]}"
-    still_in_use=(lantern.exe uninstall.exe)
+    run_setup "$1" "$folder/uninstall.exe" "${in_place[@]}"
+    own_in_use=(uninstall.exe)
 }
 
 uninstaller_in_c() {
-    run_setup "$uninstall_status" "$root/build/release/uninstall.exe"
-    still_in_use=(lantern.exe)
+    run_setup "$1" "$root/build/release/uninstall.exe"
+    own_in_use=()
 }
 
+# Inno Setup's uninstallers have no code for a restart.
 inno_uninstaller() {
-    run_setup "$uninstall_status" "$folder/unins000.exe"
+    run_setup 0 "$folder/unins000.exe"
     # A second process of it deletes the file of the first, a moment later.
     local tries
     for ((tries = 0; tries < 60; tries++)); do
         [[ -e $folder/unins000.exe ]] || break
         sleep 0.5
     done
-    still_in_use=(lantern.exe)
+    own_in_use=()
 }
 
 # ---- The story --------------------------------------------------------------
@@ -156,6 +158,7 @@ install_version_2() {
 restart_into_version_2() {
     step "The machine is restarted"
     restart
+    check "the running program ended with it" program_ended
     check "the pending list is used up" is "" "$(pending)"
     check "the new program is in place, nothing beside it" \
         is "$(sorted data keeper.exe lantern.exe uninstall.log words.txt "${own_files[@]}")" "$(names_below "$folder")"
@@ -168,7 +171,8 @@ restart_into_version_2() {
 uninstall() {
     step "It is uninstalled while running"
     cp "$uninstall_log" "$work/uninstall-log.txt"
-    "$uninstaller"
+    "$uninstaller" "$restart_needed"
+    local still_in_use=(lantern.exe "${own_in_use[@]}")
     check "TARVO_GetCustomUnInstallString gave back what setup 2 had set" reported "the log says: version 2"
     check "files that were not in use are gone" is "$(sorted "${still_in_use[@]}")" "$(names_below "$folder")"
     check "the service is gone" is "" "$(running_keeper)$(registry 32 "$services_key\\LanternKeeper" ImagePath)"
@@ -193,9 +197,23 @@ uninstall() {
 restart_into_nothing() {
     step "The machine is restarted again"
     restart
+    check "the running program ended with it" program_ended
     snapshot "$work/after.txt"
     check "files, folders, both registry views and the pending list are as on the new machine" \
         same "$work/before.txt" "$work/after.txt"
+}
+
+uninstall_with_nothing_in_use() {
+    step "Installed once more, with a file of the user's beside it, it is uninstalled when nothing is in use"
+    run_setup 0 "$built/$setup_name-1.exe"
+    echo "a note of the user's" >"$folder/note.txt"
+    "$uninstaller" 0 # neither the note nor the uninstaller's own file is a reason for a restart
+    check "just the user's file is there" is "$(sorted note.txt "${own_in_use[@]}")" "$(names_below "$folder")"
+    rm "$folder/note.txt"
+    [[ ! -d $folder || ${own_in_use[*]} ]] || rmdir -p --ignore-fail-on-non-empty "$folder"
+    restart
+    snapshot "$work/after.txt"
+    check "after a restart all is as on the new machine" same "$work/before.txt" "$work/after.txt"
 }
 
 show_logs() {
@@ -244,7 +262,6 @@ program_ended() {
 
 restart() {
     "$root/dev" restart >>"$noise" 2>&1
-    check "the running program ended with it" program_ended
 }
 
 # ---- What the machine is asked, by doors of its own -------------------------

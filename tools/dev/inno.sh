@@ -16,6 +16,13 @@ compile_inno_setups() {
     done
 }
 
+# What the manual says of setups that fail, with Inno Setup; ctest does it with NSIS.
+try_inno_failures() {
+    say "trying an Inno Setup setup that fails"
+    python3 "$root/tests/manual/failures_test.py" "$root" "$build" "$root/tools/dev/wine-run.sh" \
+        "$(need_inno)/node_modules/innosetup-compiler/bin/ISCC.exe" Inno
+}
+
 # need_inno: prints the folder where the package is installed, installing it first if need be.
 need_inno() {
     local folder
