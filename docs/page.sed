@@ -1,3 +1,3 @@
 # A name of the header that stands alone leads to the reference.
 s/`(TARVO_[A-Za-z0-9_]+)`/<code>@ref \1<\/code>/g
-s/<code>@ref (TARVO_(Load|Unload|LastError|TextIn))<\/code>/`\1`/g
+s/<code>@ref (TARVO_(Load|TryLoad|Unload|LastError|TextIn|List|FreeList|Uninstall|KeepRun|UndoRun))<\/code>/`\1`/g

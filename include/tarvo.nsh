@@ -263,6 +263,8 @@
 ; Pushes a locator, and defines TARVO__LOCATOR, its type in a call: with the lines of a REG_MULTI_SZ its address, which
 ; TARVO__FreeLocator takes from the stack after the call.
 !macro TARVO__Locator VALUE TYPE
+  !pragma warning push
+  !pragma warning disable 7070 ; several numbers joined, which are no list's
   !searchreplace TARVO__REST `${TYPE}` "${U+24}" ""
   !if `${TARVO__REST}` != `${TYPE}`
     Push `${VALUE}`
@@ -277,6 +279,7 @@
     Push `${VALUE}`
     !define /redef TARVO__LOCATOR "m s"
   !endif
+  !pragma warning pop
 !macroend
 
 !macro TARVO__FreeLocator
