@@ -60,6 +60,7 @@ TEST_F(UninstallRecords, Recording)
     Case("an existing log is made writable and kept", {.records = false}, [](Stage& stage) {
         const std::string log = Stage::File("x.log", "[Files]\r\nold=1\r\n");
         SetFileAttributesA(log.c_str(), FILE_ATTRIBUTE_READONLY);
+        const kit::ReadOnlyHolds holds;
         stage.Call(&TARVO_StartUninstallLogging, log, nullptr);
         stage.TellFolder();
         stage.Call(&TARVO_AddFileToUninstallLog, "new");
