@@ -167,6 +167,12 @@ TEST_F(UninstallRecords, Files)
         stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
         stage.TellFolder();
     });
+    Case("what names no one file is passed over", kOnce, [](Stage& stage) {
+        OpenLog({"[Files]", "C:=1", "C:\\=1", "\\=1", "C:x=1", "C:\\a\\..=1", "C:\\NUL=1", "\\\\.\\C:=1",
+                 "\\\\server=1", "\\\\?\\" + Stage::File("f") + "=1"});
+        stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
+        stage.TellFolder();
+    });
     Case("lines that are not marked are passed over", kOnce, [](Stage& stage) {
         const std::string file = Stage::File("f");
         SetCurrentDirectoryA(Stage::Folder().c_str());
