@@ -51,6 +51,16 @@ private:
     bool fits_ = true;
 };
 
+bool IsBelowDrive(const char* path)
+{
+    return path[0] && !IsLeadByte(path[0]) && path[1] == ':' && IsSeparator(path[2]) && path[3];
+}
+
+bool IsBelowServer(const char* path)
+{
+    return path[0] && !IsSeparator(path[0]) && path[0] != '.' && path[0] != '?' && FindSeparator(path);
+}
+
 } // namespace
 
 PathParts SplitPath(const char* path)
@@ -99,9 +109,13 @@ bool JoinPath(char* destination, size_t size, std::string_view directory, std::s
 
 bool IsFullPath(const char* path)
 {
+    if (strncmp(path, R"(\\?\UNC\)", 8) == 0)
+        return IsBelowServer(path + 8);
+    if (strncmp(path, R"(\\?\)", 4) == 0)
+        return IsBelowDrive(path + 4);
     if (IsSeparator(path[0]) && IsSeparator(path[1]))
-        return path[2] && !IsSeparator(path[2]) && path[2] != '.' && path[2] != '?' && FindSeparator(path + 2);
-    return path[0] && !IsLeadByte(path[0]) && path[1] == ':' && IsSeparator(path[2]) && path[3];
+        return IsBelowServer(path + 2);
+    return IsBelowDrive(path);
 }
 
 bool MakeFullPath(const char* path, PathText& full)

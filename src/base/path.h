@@ -45,7 +45,7 @@ template <size_t Size> [[nodiscard]] bool JoinPath(BoundedText<Size>& destinatio
 
 /**
  * Tells whether a path names one file wherever it is looked for: a drive and a backslash or slash in front, or two
- * backslashes and a server, and something behind that. Device names ("\\\\.\\", "\\\\?\\") are none.
+ * backslashes and a server, and something behind that; "\\\\?\\" may stand before it. Names of devices are none.
  */
 bool IsFullPath(const char* path);
 

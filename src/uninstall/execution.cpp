@@ -96,10 +96,17 @@ void DeleteFileAndParent(const char* path)
     DeleteParentDirectory(path, needRestart != 0);
 }
 
+/** The system itself tells what a path comes to: a drive's root ("C:\\a\\.."), a device ("C:\\NUL"). */
+bool NamesOneFile(const char* path)
+{
+    PathText full;
+    return IsFullPath(path) && MakeFullPath(path, full) && IsFullPath(full.Get());
+}
+
 void DeletePath(const char* path)
 {
     // No recording writes such paths; in the uninstaller's folder they would name something else.
-    if (!IsFullPath(path))
+    if (!NamesOneFile(path))
         TracePrint(kWarning, 3, "Path [%s] is not full, passed over.\n", path);
     else if (!IsPathExist(path, 1))
         TracePrint(kInfo, 3, "File or directory [%s] does not exist...\n", path);

@@ -1,5 +1,7 @@
 #include "uninstall/log_file.h"
 
+#include <winternl.h>
+
 #include "base/text.h"
 
 namespace tarvo {
@@ -16,12 +18,25 @@ DWORD CodeOf(BOOL succeeded)
     return succeeded ? ERROR_SUCCESS : GetLastError();
 }
 
+/**
+ * @return the file's index on its volume, 0 if it is not told. GetFileInformationByHandle tells it as well, but asks
+ * for the volume too, which can take longer than all the rest of a record.
+ */
+LONGLONG IndexOf(HANDLE file)
+{
+    FILE_INTERNAL_INFORMATION internal = {};
+    IO_STATUS_BLOCK status = {};
+    NtQueryInformationFile(file, &status, &internal, sizeof internal, FileInternalInformation);
+    return internal.IndexNumber.QuadPart;
+}
+
 DWORD ReadStamp(HANDLE file, FileStamp& stamp)
 {
     LARGE_INTEGER size = {};
     if (!GetFileSizeEx(file, &size) || !GetFileTime(file, &stamp.created, nullptr, &stamp.written))
         return GetLastError();
     stamp.size = static_cast<ULONGLONG>(size.QuadPart);
+    stamp.index = IndexOf(file);
     return ERROR_SUCCESS;
 }
 
@@ -104,7 +119,7 @@ void KeepLogName(const char* given, PathText& name)
 
 bool FileStamp::operator==(const FileStamp& other) const
 {
-    return size == other.size && CompareFileTime(&created, &other.created) == 0 &&
+    return size == other.size && index == other.index && CompareFileTime(&created, &other.created) == 0 &&
            CompareFileTime(&written, &other.written) == 0;
 }
 

@@ -13,11 +13,9 @@ namespace tarvo {
  */
 void KeepLogName(const char* given, PathText& name);
 
-/**
- * What tells a file from another one and from what it was: how long it is, when it was made and last written. Asking
- * for volume and index would take longer than the rest of a record.
- */
+/** What tells a file from another one that took its place, and from what it was. */
 struct FileStamp {
+    LONGLONG index = 0; // on its volume; 0 if it is not told
     ULONGLONG size = 0;
     FILETIME created = {};
     FILETIME written = {};

@@ -115,6 +115,7 @@ TEST_F(FileRecords, Copying)
 {
     Open("files/copying");
     Case("a copy goes over a read-only file and clears what was pending for it", [](Stage& stage) {
+        const kit::ReadOnlyHolds holds;
         stage.Call(&TARVO_CopyFile, Stage::File("a", "new"), DeferAround(ReadOnlyFile("b")), FALSE);
         TellState(stage);
     });
@@ -126,6 +127,7 @@ TEST_F(FileRecords, Copying)
         });
     });
     Case("a deferring copy goes at once where it can", {.allocations = false}, [](Stage& stage) {
+        const kit::ReadOnlyHolds holds;
         stage.Call(&TARVO_CopyFileEx, Stage::File("a", "new"), DeferAround(ReadOnlyFile("b")), FALSE,
                    stage.Number("restart"));
         TellState(stage);

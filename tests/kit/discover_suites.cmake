@@ -17,5 +17,5 @@ foreach(suite IN LISTS suites)
     string(REGEX REPLACE "\\..*" "" suite "${suite}")
     add_test("${suite}" ${emulator} "${program}" "--gtest_filter=${suite}.*" --gtest_brief=1)
     # The pending value and the log in the Windows directory exist once a machine.
-    set_tests_properties("${suite}" PROPERTIES RESOURCE_LOCK machine TIMEOUT 600)
+    set_tests_properties("${suite}" PROPERTIES RESOURCE_GROUPS machines:1 TIMEOUT 600)
 endforeach()

@@ -10,6 +10,7 @@
 #include "kit/import_hook.h"
 #include "kit/library_test.h"
 #include "kit/pending_value.h"
+#include "kit/read_only_holds.h"
 #include "kit/scratch.h"
 #include "kit/trace_log.h"
 #include "tarvo/tarvo.h"

@@ -23,23 +23,22 @@ std::map<std::string, void (*)(const std::string&)>& Roles()
 /** Its thread looks for how long the present test has been running. */
 class Watchdog : public testing::EmptyTestEventListener {
 public:
-    Watchdog() { CloseHandle(CreateThread(nullptr, 0, &Watch, this, 0, nullptr)); }
+    Watchdog() { CloseHandle(CreateThread(nullptr, 0, &Watch, nullptr, 0, nullptr)); }
 
 private:
     void OnTestStart(const testing::TestInfo& test) override
     {
-        seconds_ = 0; // first: the thread may look in between
-        present_ = &test;
+        seconds = 0; // first: the thread may look in between
+        present = &test;
     }
 
-    void OnTestEnd(const testing::TestInfo&) override { present_ = nullptr; }
+    void OnTestEnd(const testing::TestInfo&) override { present = nullptr; }
 
-    static DWORD WINAPI Watch(void* self)
+    static DWORD WINAPI Watch(void*)
     {
-        auto& dog = *static_cast<Watchdog*>(self);
         for (;; Sleep(1000)) {
-            const testing::TestInfo* const test = dog.present_;
-            if (!test || ++dog.seconds_ < kSecondsATest)
+            const testing::TestInfo* const test = present;
+            if (!test || ++seconds < kSecondsATest)
                 continue;
             fprintf(stderr, "%s.%s hangs; the run ends here.\n", test->test_suite_name(), test->name());
             fflush(stderr);
@@ -47,8 +46,9 @@ private:
         }
     }
 
-    std::atomic<const testing::TestInfo*> present_ = nullptr;
-    std::atomic<DWORD> seconds_ = 0;
+    // Not the object's: the thread may look once more when the list and its listeners are gone.
+    static inline std::atomic<const testing::TestInfo*> present = nullptr;
+    static inline std::atomic<DWORD> seconds = 0;
 };
 
 } // namespace

@@ -75,6 +75,7 @@ constexpr PlatformCall kCalls[] = {
     {"GetFileInformationByHandle", "h .", "bool"},
     {"GetFileSizeEx", "h >num", "bool"},
     {"GetFileTime", "h . . .", "bool"},
+    {"NtQueryInformationFile", "h . . num num", "code"},
     {"GetFullPathNameA", "text num >text .", "num"},
     {"GetModuleFileNameA", "h >text num", "num"},
     {"GetModuleHandleA", "text", "found"},

@@ -141,6 +141,18 @@ const std::string kServices = "SYSTEM\\CurrentControlSet\\Services\\";
 const std::string kNodes = "SYSTEM\\CurrentControlSet\\Hardware Profiles\\Current\\System\\CurrentControlSet\\Enum\\";
 
 /** Enables a service whose node is there, and tells the flags of the node. */
+/** The Windows that a Wine says it is differs. */
+void HideVersion(Stage& stage)
+{
+    OSVERSIONINFOEXA info = {};
+    info.dwOSVersionInfoSize = sizeof info;
+    GetVersionExA(reinterpret_cast<OSVERSIONINFOA*>(&info));
+    char text[100];
+    snprintf(text, sizeof text, "dwMajorVersion=%lu, dwMinorVersion=%lu, dwBuildNumber=%lu, wServicePackMajor=%u",
+             info.dwMajorVersion, info.dwMinorVersion, info.dwBuildNumber, info.wServicePackMajor);
+    stage.HideText(text, "<version>");
+}
+
 void Enable(Stage& stage, const char* service, const std::string& node)
 {
     const std::string path = kNodes + node;
@@ -151,6 +163,7 @@ void Enable(Stage& stage, const char* service, const std::string& node)
                     nullptr);
     RegSetValueExA(key, "CSConfigFlags", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&flags), sizeof flags);
     RegCloseKey(key);
+    HideVersion(stage);
     stage.Call(&TARVO_EnableServiceInHWProfile, "there", service, "profile", "set");
     stage.TellValue(path, "CSConfigFlags");
     kit::RemoveKeyTree(path.substr(0, path.rfind('\\')), kit::View::kOwn);

@@ -105,6 +105,22 @@ TEST_F(LogWriter, FilesOfOthersKeepWhatTheyHold)
     }
 }
 
+TEST_F(LogWriter, LogThatTookAnothersPlaceIsReadAgain)
+{
+    const std::string log = Record();
+    kit::ImportHook times("GetFileTime", &GetFileTime);
+    times.Answer([](HANDLE, FILETIME* created, FILETIME*, FILETIME* written) { // Wine lets nobody set the first
+        return *created = *written = {}, TRUE;
+    });
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("A", nullptr, "ours", FALSE));
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("B", nullptr, "b", FALSE));
+    const std::string other = Scratch().Path("other.ini");
+    kit::WriteFile(other, "[A]\r\nhers=1\r\n[B]\r\nb=1\r\n");
+    EXPECT_TRUE(MoveFileExA(other.c_str(), log.c_str(), MOVEFILE_REPLACE_EXISTING));
+    EXPECT_EQ(0U, TARVO_AddRollbackEntry("A", nullptr, "new", FALSE));
+    EXPECT_EQ("[A]\r\nhers=1\r\nnew=1\r\n[B]\r\nb=1\r\n", kit::ReadFile(log));
+}
+
 /** How far a recording child has come: whether it is at the moment to be killed, calls begun and finished. */
 struct Progress {
     volatile LONG ready;

@@ -60,6 +60,7 @@ TEST_F(UninstallRecords, Recording)
     Case("an existing log is made writable and kept", {.records = false}, [](Stage& stage) {
         const std::string log = Stage::File("x.log", "[Files]\r\nold=1\r\n");
         SetFileAttributesA(log.c_str(), FILE_ATTRIBUTE_READONLY);
+        const kit::ReadOnlyHolds holds;
         stage.Call(&TARVO_StartUninstallLogging, log, nullptr);
         stage.TellFolder();
         stage.Call(&TARVO_AddFileToUninstallLog, "new");
@@ -163,6 +164,12 @@ TEST_F(UninstallRecords, Files)
         const kit::FileLock lock(file);
         const kit::ImportHook open("RegOpenKeyExA", &RegOpenKeyExA, 0, ERROR_ACCESS_DENIED);
         OpenLog({"[Files]", file + "=1"});
+        stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
+        stage.TellFolder();
+    });
+    Case("what names no one file is passed over", kOnce, [](Stage& stage) {
+        OpenLog({"[Files]", "C:=1", "C:\\=1", "\\=1", "C:x=1", "C:\\a\\..=1", "C:\\NUL=1", "\\\\.\\C:=1",
+                 "\\\\server=1", "\\\\?\\" + Stage::File("f") + "=1"});
         stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
         stage.TellFolder();
     });

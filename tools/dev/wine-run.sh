@@ -10,4 +10,13 @@ source "$root/tools/dev/wine-entry.sh" || {
     echo "wine-run: no Wine has been chosen yet: run ./dev setup" >&2
     exit 125
 }
+# A test that ctest runs beside others has a machine of its own.
+if [[ ${CTEST_RESOURCE_GROUP_0_MACHINES-} =~ ^id:([0-9]+) ]]; then
+    export DISPLAY=:${BASH_REMATCH[1]} WINEPREFIX=$root/build/machine-${BASH_REMATCH[1]}/prefix
+    programs=$root/build/machine-${BASH_REMATCH[1]}/tests
+    if [[ -e $programs/${1##*/} ]]; then
+        cd "$programs"
+        set -- "$programs/${1##*/}" "${@:2}"
+    fi
+fi
 exec "${wine_entry[@]}" wine "$@"
