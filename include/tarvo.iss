@@ -491,7 +491,7 @@ begin
   Last := Length(Line);
   while (Last > 0) and (Line[Last] <> '=') do
     Last := Last - 1;
-  if Copy(Line, Last, 2) <> '=0' then
+  if Copy(Line, Last, 2) = '=1' then
     Result := Copy(Line, 1, Last - 1);
 end;
 

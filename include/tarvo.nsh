@@ -1401,13 +1401,16 @@
     Push $5 ; the next line
     !if "${SECTION}" == "Custom"
       System::Call `shlwapi::StrChrA(p r3, i 61) p .r4`
-      StrCpy $5 1
+      StrCpy $5 49
     !else
+      StrCpy $5 0
       System::Call `shlwapi::StrRChrA(p r3, p 0, i 61) p .r4`
-      System::Call `kernel32::lstrcmpA(p r4, m "=0") i .r5`
+      ${If} $4 <> 0
+        System::Call `*$4(&i1, &i1 .r5)` ; an item's value begins with a 1
+      ${EndIf}
     !endif
     ${If} $4 <> 0
-    ${AndIf} $5 <> 0
+    ${AndIf} $5 = 49
       System::Call `*$4(&i1 0)`
       IntOp $4 $4 + 1
 !macroend

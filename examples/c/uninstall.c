@@ -64,7 +64,7 @@ static int GoesAtRestart(char* line)
     char replacement[MAX_PATH];
     char* const equals = strrchr(line, '=');
     DWORD attributes;
-    if (!equals || strcmp(equals, "=0") == 0)
+    if (!equals || equals[1] != '1')
         return 0;
     *equals = '\0';
     attributes = GetFileAttributesA(line);

@@ -270,8 +270,8 @@ DWORD __cdecl TARVO_DeleteEventSource(_In_z_ const char* source);
  * file at once; a process that is killed leaves the file as it was before or after a record, and perhaps a file of that
  * name and ".tarvo-new", which a later record takes over.
  * @param file    Path, at most 259 characters are kept; one that is not full is taken from the folder now current. Its
- *                folder must exist. What the file says is later done with the uninstaller's rights: let only
- *                administrators write it.
+ *                folder must exist: without it nothing can be recorded, which is traced as a warning at this call.
+ *                What the file says is later done with the uninstaller's rights: let only administrators write it.
  * @param plugIn  Only traced; may be NULL.
  * @return 0, or the code of clearing the read-only attribute.
  */

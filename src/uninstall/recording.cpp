@@ -82,16 +82,30 @@ void WriteItem(const char* section, const char* item)
     WriteLine({section, relative ? full.Get() : item, "1", KeyEnd::kLastEquals});
 }
 
+/** All records would be lost, each with a warning far from the mistake. */
+void WarnWithoutFolder()
+{
+    PathText folder;
+    if (folder.Set(FolderPart(SplitPath(state.object.path.Get()))) &&
+        GetFileAttributesA(folder.Get()) == INVALID_FILE_ATTRIBUTES) {
+        TracePrint(kWarning, 0, "Nothing can be recorded: no folder [%s] (error code [%d])\n", folder.Get(),
+                   static_cast<int>(GetLastError()));
+    }
+}
+
 DWORD StartRecording(const char* file)
 {
     if (!file)
         return ERROR_INVALID_PARAMETER;
-    if (IsPathExist(file, 0)) {
+    const bool exists = IsPathExist(file, 0);
+    if (exists) {
         if (const DWORD code = TARVO_ResetFileReadOnlyAttribute(file, 0))
             return code;
     }
     KeepLogName(file, state.object.path);
     state.object.file.Forget(); // what it holds may be another log's
+    if (!exists)
+        WarnWithoutFolder();
     return ERROR_SUCCESS;
 }
 

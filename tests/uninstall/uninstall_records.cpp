@@ -57,6 +57,10 @@ TEST_F(UninstallRecords, Recording)
         stage.Call(&TARVO_SetCustomUnInstallString, "lost", "value");
         stage.TellFolder();
     });
+    Case("a log without its folder is told of at once", {.records = false}, [](Stage& stage) {
+        stage.Call(&TARVO_StartUninstallLogging, Stage::Folder() + "\\none\\x.log", nullptr);
+        stage.Call(&TARVO_StartUninstallLogging, Stage::Folder() + "\\x.log", nullptr);
+    });
     Case("an existing log is made writable and kept", {.records = false}, [](Stage& stage) {
         const std::string log = Stage::File("x.log", "[Files]\r\nold=1\r\n");
         SetFileAttributesA(log.c_str(), FILE_ATTRIBUTE_READONLY);
