@@ -108,6 +108,9 @@ class Page:
     def counts(self):
         return tuple(int(self.text(each).replace(',', '')) for each in ('errors', 'warnings'))
 
+    def expected(self):
+        return int(self.text('expected').replace(',', ''))
+
     def console(self):
         return [entry['message'] for entry in self.browser.get_log('browser')]
 
@@ -126,6 +129,31 @@ CALL = (
     ('1', '   } TARVO_GetFileVersion'),
     ('3', '   Function TARVO_CopyFileEx error: [32] (In use. )'),
     ('1', '} TARVO_CopyFileEx'),
+)
+
+
+def call_of(name, *inside, result='OK.'):
+    """A call's lines; result is how it ended: OK. or error: [CODE] (TEXT)."""
+    severity = '1' if result == 'OK.' else '3'
+    return (('1', f'{{ {name}'), *((severity_, f'   {line}') for severity_, line in inside),
+            (severity, f'   Function {name} {result}'), ('1', f'}} {name}'))
+
+
+ASKED = call_of('TARVO_ReadIniFileSection', result='error: [234] (More data. )')
+READ = call_of('TARVO_ReadIniFileSection')
+CLEAN_UNINSTALL = (
+    *call_of('TARVO_OpenRollBackLog'),
+    *call_of('TARVO_PerformUnInstall', ('1', '{ GetRollbackSection'), *ASKED, *READ, ('1', '} GetRollbackSection')),
+    *call_of('TARVO_FindSourceInPFOs', result='error: [2] (File not found. )'),
+    *call_of('TARVO_DeleteEventSource', result='error: [2] (File not found. )'),
+    *call_of('TARVO_RemoveShortCut', result='error: [2] (Failed to delete shortcut file)'),
+)
+FAILED_SETUP = (
+    *call_of('TARVO_CopyFileEx', ('3', 'Creating temporary SourceCopy failed.'), result='error: [2] (File not found. )'),
+    *call_of('TARVO_FindSourceInPFOs', result='error: [5] (Access denied. )'),
+    *call_of('TARVO_DeleteEventSource', result='error: [5] (Access denied. )'),
+    *call_of('TARVO_OpenRollBackLog', result='error: [2] (File not found. )'),
+    *ASKED, *call_of('TARVO_CloseRollBackLog'), *ASKED,
 )
 BANNER = '*' * 30 + '\r\n'
 DATE = '26/11/25 03:57:56\t'
@@ -267,6 +295,36 @@ class ViewerTest(unittest.TestCase):
         self.assertIn('File is in use.', self.page.text('detail'))
         self.assertNotIn(2, self.page.lines(), 'a jump unfolds no other block')
 
+    def test_errors_that_are_answers_count_apart(self):
+        cases = (  # what happened, errors, expected
+            (CLEAN_UNINSTALL, 0, 4),
+            (FAILED_SETUP, 7, 0),
+            (FAILED_SETUP + CLEAN_UNINSTALL, 7, 4),
+        )
+        for columns in ('%d\t', DATE):
+            for lines, errors, expected in cases:
+                with self.subTest(columns=columns, expected=expected, errors=errors):
+                    errors -= columns == DATE and errors > 0  # without severities a text alone is no error
+                    self.page.open(log_of(columns, lines))
+                    self.assertEqual((self.page.counts()[0], self.page.expected()), (errors, expected))
+                    self.assertEqual(self.page.find('#show-expected').is_enabled(), expected > 0)
+                    if expected:
+                        self.page.find('#show-expected').click()
+                        self.assertEqual((self.page.counts()[0], self.page.expected()), (errors + expected, expected))
+
+    def test_next_error_passes_over_expected_ones(self):
+        self.page.open(log_of('%d\t', CLEAN_UNINSTALL + FAILED_SETUP[:5]))
+        failures = "return [...document.querySelectorAll('#exports .failures')].reduce((sum, each) => sum + +each.textContent, 0)"
+        first = len(CLEAN_UNINSTALL) + 2
+        for press, line in (('n', first), ('n', first + 1), ('n', first)):
+            self.page.press(press)
+            self.assertEqual(self.page.current(), line)
+        self.assertEqual(self.page.run(failures), 1)
+        self.page.find('#show-expected').click()
+        self.assertEqual(self.page.run(failures), 5)
+        self.page.press('p')
+        self.assertEqual(self.page.current(), len(CLEAN_UNINSTALL) - 1)
+
     def test_filters_by_export(self):
         self.page.open(log_of('%d\t', CALL + (('1', '{ TARVO_GetFileVersion'), ('1', '   Function TARVO_GetFileVersion OK.'),
                                               ('1', '} TARVO_GetFileVersion'), ('1', 'text'),
@@ -404,7 +462,8 @@ class ViewerTest(unittest.TestCase):
         for path in logs:
             with self.subTest(path=path):
                 self.page.open_file(path)
-                self.assertEqual(self.page.counts(), counts_of(path.read_bytes()))
+                errors, warnings = self.page.counts()
+                self.assertEqual((errors + self.page.expected(), warnings), counts_of(path.read_bytes()))
                 self.page.do('unfold-all')
                 self.assertEqual(self.page.console(), [])
 
