@@ -87,13 +87,15 @@ class Story:
 
         program = subprocess.Popen([EMULATOR, self.app / "lantern.exe", "stay"], stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(program.communicate)
+        self.addCleanup(windows, "taskkill", "/f", "/im", "lantern.exe")
         program.stdout.readline()
         self.install(self.failure)
         self.assertTrue(self.has("lantern-1.exe") and self.has_key())
         self.assertEqual(log, self.log())
         self.assertEqual([], list(self.app.glob("lantern.[0-9]*")), "what was to come with the restart")
         windows("taskkill", "/f", "/im", "lantern.exe")
-        program.communicate()
+        program.wait()
 
         blocker.unlink()
         self.install(0)
