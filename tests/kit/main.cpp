@@ -23,7 +23,14 @@ std::map<std::string, void (*)(const std::string&)>& Roles()
 /** Its thread looks for how long the present test has been running. */
 class Watchdog : public testing::EmptyTestEventListener {
 public:
-    Watchdog() { CloseHandle(CreateThread(nullptr, 0, &Watch, nullptr, 0, nullptr)); }
+    /** Returns once its thread runs: Wine stumbles where a process ends with a thread that is just beginning. */
+    Watchdog()
+    {
+        const HANDLE runs = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        CloseHandle(CreateThread(nullptr, 0, &Watch, runs, 0, nullptr));
+        WaitForSingleObject(runs, INFINITE);
+        CloseHandle(runs);
+    }
 
 private:
     void OnTestStart(const testing::TestInfo& test) override
@@ -34,8 +41,9 @@ private:
 
     void OnTestEnd(const testing::TestInfo&) override { present = nullptr; }
 
-    static DWORD WINAPI Watch(void*)
+    static DWORD WINAPI Watch(void* runs)
     {
+        SetEvent(runs);
         for (;; Sleep(1000)) {
             const testing::TestInfo* const test = present;
             if (!test || ++seconds < kSecondsATest)

@@ -218,7 +218,9 @@ TEST_F(SecurityRecords, Policies)
             stage.Call(&TARVO_DefineSecurityPolicy, number);
         stage.Call(&TARVO_GetSecurityPolicy);
         stage.Call(&TARVO_DefineSecurityPolicy, 3);
-        stage.Tell("policy", std::to_string(TARVO_GetSecurityPolicy()));
+        const StoodInLists lists(acl::Make("deny X"), true);
+        stage.Call(&TARVO_ApplyFileSecurityPolicy, "C:\\file", FALSE);
+        stage.Tell("list", lists.Kept());
     });
     Case("without a policy nothing is touched", once, [](Stage& stage) {
         stage.Call(&TARVO_ApplyFileSecurityPolicy, "C:\\file", TRUE);

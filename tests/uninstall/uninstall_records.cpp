@@ -48,6 +48,21 @@ TEST_F(UninstallRecords, Recording)
         stage.Call(&TARVO_SetCustomUnInstallString, nullptr, "value");
         stage.Call(&TARVO_SetCustomUnInstallString, "name", nullptr);
     });
+    Case("what would not come back is not written", kOnce, [](Stage& stage) {
+        for (const char* item : {"a\x01", "[a", ";a", " a", ""})
+            stage.Call(&TARVO_AddRollbackEntry, "Own", nullptr, item, FALSE);
+        for (const char* section : {"O]wn", "O\nwn"})
+            stage.Call(&TARVO_AddRollbackEntry, section, nullptr, "item", FALSE);
+        stage.Call(&TARVO_SetCustomUnInstallString, "a=b", "value");
+        stage.Call(&TARVO_SetCustomUnInstallString, "name", "[Files]\nC:\\x=1");
+    });
+    Case("paths are made full", kOnce, [](Stage& stage) {
+        SetCurrentDirectoryA(Stage::Folder().c_str());
+        for (const char* section : {"Files", "Shortcuts", "Own"})
+            stage.Call(&TARVO_AddRollbackEntry, section, nullptr, "x\\..\\name", FALSE);
+        stage.Call(&TARVO_AddRollbackEntry, "Files", nullptr, std::string(250, 'x'), FALSE);
+        SetCurrentDirectoryA(kit::ProgramFolder().c_str());
+    });
     Case("without recording nothing fails", {.records = false}, [](Stage& stage) {
         const std::string log = Stage::Folder("x.log");
         stage.Call(&TARVO_StopUninstallLogging);
@@ -100,6 +115,7 @@ TEST_F(UninstallRecords, Log)
         for (const DWORD operation : {TARVO_UNINSTALL_FILES, TARVO_UNINSTALL_SHELL_EXTENSION, 199})
             stage.Call(&TARVO_PerformUnInstall, operation);
         stage.Call(&TARVO_GetCustomUnInstallString, "name", buffer, 8);
+        stage.Call(&TARVO_GetCustomUnInstallString, nullptr, buffer, 0);
         stage.Call(&TARVO_CloseRollBackLog);
         stage.Call(&TARVO_OpenRollBackLog, nullptr);
         stage.Call(&TARVO_OpenRollBackLog, Stage::Folder("none"));
