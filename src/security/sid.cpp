@@ -26,12 +26,12 @@ struct CurrentAccount {
     PSID Sid() const { return reinterpret_cast<const TOKEN_USER*>(user.Get())->User.Sid; }
 };
 
-ProcessWide<CurrentAccount> current;
+constinit ProcessWide<CurrentAccount> current;
 
 void ReleaseCurrentSidCache()
 {
-    current.object.user.Reset();
-    current.object.token.Reset();
+    current->user.Reset();
+    current->token.Reset();
 }
 
 bool IsInRange(const char* name, DWORD rid, DWORD first, DWORD last)
@@ -141,14 +141,14 @@ DWORD LookUpAccount(const char* account, UniqueSid& sid)
 DWORD OpenToken()
 {
     ReleaseAtUnload(ReleaseStage::kCurrentSid, ReleaseCurrentSidCache);
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, current.object.token.Put()))
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, current->token.Put()))
         return FailedCall("OpenProcessToken() failed.\n");
     return ERROR_SUCCESS;
 }
 
 DWORD ReadTokenUser()
 {
-    const HANDLE token = current.object.token.Get();
+    const HANDLE token = current->token.Get();
     DWORD size = 0;
     GetTokenInformation(token, TokenUser, nullptr, 0, &size);
     HeapArray<BYTE> user;
@@ -156,25 +156,25 @@ DWORD ReadTokenUser()
         return ERROR_NOT_ENOUGH_MEMORY;
     if (!GetTokenInformation(token, TokenUser, user.Get(), size, &size))
         return FailedCall("GetTokenInformation failed.\n");
-    current.object.user = std::move(user);
+    current->user = std::move(user);
     return ERROR_SUCCESS;
 }
 
 DWORD CopyCurrent(UniqueSid& sid)
 {
-    if (!current.object.token) {
+    if (!current->token) {
         if (const DWORD code = OpenToken())
             return code;
     }
-    if (!current.object.user) {
+    if (!current->user) {
         if (const DWORD code = ReadTokenUser())
             return code;
     }
-    if (!IsValidSid(current.object.Sid())) {
+    if (!IsValidSid(current->Sid())) {
         TracePrint(kError, 3, "%s", "TOKEN_USER brings invalid SID.\n");
         return ERROR_SUCCESS;
     }
-    if (const DWORD code = CopyOfSid(current.object.Sid(), sid))
+    if (const DWORD code = CopyOfSid(current->Sid(), sid))
         return code;
     TracePrint(kInfo, 3, "%s", "SID is copied successfully.\n");
     return ERROR_SUCCESS;

@@ -91,12 +91,12 @@ bool SplitTarget(const char* file, PathText& target, PathText& arguments)
 DWORD EndCreation(FunctionScope& scope, const ShortcutPlace& place, const char* description, const char* file,
                   const char* startIn, DWORD runState)
 {
-    if (const DWORD code = CreateGroup(place.groupFolder.Get()))
-        return scope.Error(code);
     PathText target;
     PathText arguments;
     if (!SplitTarget(file, target, arguments))
         return scope.Error(ERROR_FILENAME_EXCED_RANGE);
+    if (const DWORD code = CreateGroup(place.groupFolder.Get()))
+        return scope.Error(code);
     TracePrint(kInfo, 1, "Creating shortcut, file=[%s], target=[%s]...\n", place.linkFile.Get(), target.Get());
     const ShortcutProperties link = {target.Get(), description, startIn, arguments.Get(), runState};
     if (FAILED(CreateShortcut(link, place.linkFile.Get())))
