@@ -72,21 +72,16 @@ template <class T> UniqueObject<T> MakeHeapObject()
  */
 template <class T> class ProcessWide {
 public:
-    T& Get()
+    [[gnu::noinline]] T& Get()
     {
         if (!made_)
-            Make();
+            new (place_) T;
+        made_ = true;
         return *reinterpret_cast<T*>(place_);
     }
     T* operator->() { return &Get(); }
 
 private:
-    [[gnu::noinline]] void Make()
-    {
-        new (place_) T;
-        made_ = true;
-    }
-
     alignas(T) unsigned char place_[sizeof(T)] = {};
     bool made_ = false;
 };

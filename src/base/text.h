@@ -67,9 +67,13 @@ public:
     /** Keeps what fits: for messages, and where a cut is agreed. */
     void SetCut(std::string_view text) { CopyCut(text_, Size, text); }
 
-    template <class... Arguments> bool Format(const char* format, Arguments... arguments)
+    [[gnu::format(printf, 2, 3)]] bool Format(const char* format, ...)
     {
-        return FormatCut(text_, Size, format, arguments...);
+        va_list arguments;
+        va_start(arguments, format);
+        const bool whole = FormatCutV(text_, Size, format, arguments);
+        va_end(arguments);
+        return whole;
     }
 
 private:

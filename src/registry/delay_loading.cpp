@@ -139,17 +139,15 @@ void DeleteKeyIfEmpty(RegistryKey& key)
         TracePrint(kWarning, 1, "RegDeleteKey failed (%s) with error=[%d]\n", kDelayLoadingKey, static_cast<int>(code));
 }
 
-DWORD EndRegistration(FunctionScope& scope, const CalledCopy& copy)
+Ending Register(const CalledCopy& copy)
 {
     if (const DWORD code = CreateProductKey(kDelayLoadingKey))
-        return scope.Error("CreateRegKey failed", code);
+        return {code, "CreateRegKey failed"};
     RegistryKey key;
     if (const DWORD code = key.Open(HKEY_LOCAL_MACHINE, kDelayLoadingKey, kReadWrite))
-        return scope.Error("RegOpenKeyEx failed", code);
+        return {code, "RegOpenKeyEx failed"};
     TracePrint(kInfo, 1, "%s", "Key is opened.\n");
-    const DWORD code = AddCopy(key, copy);
-    key.Close();
-    return scope.End(code);
+    return {AddCopy(key, copy)};
 }
 
 DWORD Unregister(const CalledCopy& copy)
@@ -183,7 +181,7 @@ DWORD __cdecl TARVO_RegisterDelayLoadLibrary(const char* path)
         return scope.Error(code);
     TracePrint(kInfo, 3, "lowDLLPath = [%s]\n", copy.path.Get());
     TracePrint(kInfo, 3, "CountOfbytes = [%d]\n", static_cast<int>(strlen(copy.path.Get()) + 1));
-    return EndRegistration(scope, copy);
+    return scope.End(Register(copy));
 }
 
 DWORD __cdecl TARVO_UnRegisterDelayLoadLibrary(const char* path)

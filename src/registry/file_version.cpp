@@ -35,6 +35,26 @@ void FindEffectiveFile(const char* path, PathText& file)
         file.SetCut(path);
 }
 
+/** @return whether the file has a version resource that could be read (GetFileVersionInfo); else version stays. */
+BOOL GetFileVersion(const char* path, DWORD* versionMs, DWORD* versionLs)
+{
+    if (!path || !versionMs || !versionLs)
+        return FALSE;
+    TraceStream stream("GetFileVersion");
+    stream.Add(path).Add(static_cast<const void*>(versionMs)).Add(static_cast<const void*>(versionLs)).Open();
+    return ReadFixedVersion(path, versionMs, versionLs);
+}
+
+/** @return -1, 0 or 1 as the first version is lower, equal or higher. */
+int CompareVersions(DWORD ms1, DWORD ls1, DWORD ms2, DWORD ls2)
+{
+    TraceStream stream("CompareVersions");
+    stream.Add(ms1).Add(ls1).Add(ms2).Add(ls2).Open();
+    if (ms1 != ms2)
+        return ms1 < ms2 ? -1 : 1;
+    return (ls1 > ls2) - (ls1 < ls2);
+}
+
 BOOL VersionOf(const char* path, FileVersion& version)
 {
     PathText file;
@@ -56,24 +76,6 @@ const char* PathAt(const void* element)
 }
 
 } // namespace
-
-BOOL GetFileVersion(const char* path, DWORD* versionMs, DWORD* versionLs)
-{
-    if (!path || !versionMs || !versionLs)
-        return FALSE;
-    TraceStream stream("GetFileVersion");
-    stream.Add(path).Add(static_cast<const void*>(versionMs)).Add(static_cast<const void*>(versionLs)).Open();
-    return ReadFixedVersion(path, versionMs, versionLs);
-}
-
-int CompareVersions(DWORD ms1, DWORD ls1, DWORD ms2, DWORD ls2)
-{
-    TraceStream stream("CompareVersions");
-    stream.Add(ms1).Add(ls1).Add(ms2).Add(ls2).Open();
-    if (ms1 != ms2)
-        return ms1 < ms2 ? -1 : 1;
-    return (ls1 > ls2) - (ls1 < ls2);
-}
 
 int CompareDLLVersions(const void* first, const void* second)
 {

@@ -12,12 +12,6 @@ struct FileVersion {
     DWORD ls; // build, revision
 };
 
-/** @return whether the file has a version resource that could be read (GetFileVersionInfo); else version stays. */
-BOOL GetFileVersion(const char* path, DWORD* versionMs, DWORD* versionLs);
-
-/** @return -1, 0 or 1 as the first version is lower, equal or higher. */
-int CompareVersions(DWORD ms1, DWORD ls1, DWORD ms2, DWORD ls2);
-
 /**
  * A sort comparator over two pointers to paths: the newer file first, files without a version last. What the next
  * restart will put in a path's place counts instead of what lies there.

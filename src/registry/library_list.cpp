@@ -14,7 +14,9 @@ constexpr int kMaxBytesPerUnit = 4; // that a wide character has in any code pag
 
 bool EndsHere(const wchar_t* at, const wchar_t* end)
 {
-    return std::all_of(at, end, [](wchar_t unit) { return unit == L'\0'; });
+    while (at < end && *at == L'\0')
+        ++at;
+    return at == end;
 }
 
 } // namespace
@@ -58,9 +60,13 @@ bool LibraryList::Parse(size_t length)
 
 void LibraryList::Remove(const char* path)
 {
-    const auto isIt = [path](const Copy& copy) { return copy.exact && EqualNoCase(copy.path, path); };
-    Copy* const begin = copies_.Get();
-    count_ = static_cast<size_t>(std::remove_if(begin, begin + count_, isIt) - begin);
+    size_t kept = 0;
+    for (size_t index = 0; index < count_; ++index) {
+        const Copy copy = copies_[index];
+        if (!copy.exact || !EqualNoCase(copy.path, path))
+            copies_[kept++] = copy;
+    }
+    count_ = kept;
 }
 
 bool LibraryList::PutFirst(const char* path)

@@ -102,10 +102,7 @@ DWORD EnsureKey(const MainKey& mainKey, const char* subkey, RegistryView view, W
     return OpensAtOnce(mainKey, subkey, view, key) ? ERROR_SUCCESS : WalkLevels(mainKey, subkey, view, writer);
 }
 
-DWORD EndCreation(FunctionScope& scope, DWORD code)
-{
-    return code == ERROR_SUCCESS ? scope.Ok() : scope.Error("RegCreateKey failed.", code);
-}
+constexpr char kNotCreated[] = "RegCreateKey failed.";
 
 /** @param key  Receives the key if it was there and may be written to; may stay closed all the same. */
 DWORD CreateRegKey(const MainKey& mainKey, const char* subkey, RegistryKey& key)
@@ -113,7 +110,7 @@ DWORD CreateRegKey(const MainKey& mainKey, const char* subkey, RegistryKey& key)
     FunctionScope scope("CreateRegKey", 2);
     TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s].\n", reinterpret_cast<unsigned>(mainKey.key), mainKey.name,
                subkey);
-    return EndCreation(scope, EnsureKey(mainKey, subkey, RegistryView::kOwn, Writer::kPlain, key));
+    return scope.End({EnsureKey(mainKey, subkey, RegistryView::kOwn, Writer::kPlain, key), kNotCreated});
 }
 
 DWORD CreateRegKeyEx(const MainKey& mainKey, const char* subkey, BOOL virtualized, RegistryKey& key)
@@ -121,7 +118,7 @@ DWORD CreateRegKeyEx(const MainKey& mainKey, const char* subkey, BOOL virtualize
     FunctionScope scope("CreateRegKeyEx", 2);
     TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s], virtualized=[%d].\n",
                reinterpret_cast<unsigned>(mainKey.key), mainKey.name, subkey, virtualized);
-    return EndCreation(scope, EnsureKey(mainKey, subkey, ViewOf(virtualized), Writer::kEx, key));
+    return scope.End({EnsureKey(mainKey, subkey, ViewOf(virtualized), Writer::kEx, key), kNotCreated});
 }
 
 DWORD WriteBytes(const RegistryKey& key, const char* name, DWORD type, const void* data, size_t size,

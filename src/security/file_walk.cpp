@@ -1,6 +1,5 @@
 // ProcessAllFilesAndDirs. A path can have thousands of levels, so the levels lie on the heap, not on the stack.
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -187,9 +186,12 @@ private:
 
     bool WasEntered(const DirectoryIdentity& target) const
     {
-        const auto* const first = reinterpret_cast<const DirectoryIdentity*>(entered_.View().data());
-        const auto* const last = first + entered_.Size() / sizeof target;
-        return std::find(first, last, target) != last;
+        const auto* const entered = reinterpret_cast<const DirectoryIdentity*>(entered_.View().data());
+        for (size_t index = 0; index < entered_.Size() / sizeof target; ++index) {
+            if (entered[index] == target)
+                return true;
+        }
+        return false;
     }
 
     /** Tells whether a link leads to one of the directories that the walk is in. */

@@ -42,6 +42,24 @@ bool IsInRange(const char* name, DWORD rid, DWORD first, DWORD last)
     return answer;
 }
 
+/** A principal right below NT AUTHORITY, S-1-5-rid. */
+bool IsNTAuthorityPrincipalRid(DWORD rid)
+{
+    return IsInRange("IsNTAuthorityPrincipalRid", rid, 1, 32);
+}
+
+/** A well-known account, group or alias of a domain or of this machine. */
+bool IsDomainRelativeRid(DWORD rid)
+{
+    return IsInRange("IsDomainRelativeRid", rid, 500, 999);
+}
+
+/** A built-in alias, S-1-5-32-rid. */
+bool IsDomainRelativeAliasRid(DWORD rid)
+{
+    return IsInRange("IsDomainRelativeAliasRid", rid, 544, 999);
+}
+
 DWORD CopyOfSid(PSID source, UniqueSid& sid)
 {
     const DWORD length = GetLengthSid(source);
@@ -191,21 +209,6 @@ DWORD BuildSid(const WellKnownSid& wellKnown, UniqueSid& sid)
         !built)
         return FailedCall("AllocateAndInitializeSid failed.\n");
     return CopyOfSid(built.Get(), sid);
-}
-
-bool IsNTAuthorityPrincipalRid(DWORD rid)
-{
-    return IsInRange("IsNTAuthorityPrincipalRid", rid, 1, 32);
-}
-
-bool IsDomainRelativeRid(DWORD rid)
-{
-    return IsInRange("IsDomainRelativeRid", rid, 500, 999);
-}
-
-bool IsDomainRelativeAliasRid(DWORD rid)
-{
-    return IsInRange("IsDomainRelativeAliasRid", rid, 544, 999);
 }
 
 DWORD LookupLocalGroupSidFromRid(DWORD rid, UniqueSid& sid)

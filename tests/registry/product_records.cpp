@@ -146,8 +146,9 @@ TEST_F(ProductRecords, DelayLoading)
                     memcpy(data, units.data(), *size);
                 return LSTATUS{ERROR_SUCCESS};
             });
-            stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
-            stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
+            stage.Check(&TARVO_RegisterDelayLoadLibrary, kPath);
+            TellList(stage);
+            stage.Check(&TARVO_UnRegisterDelayLoadLibrary, kPath);
         }
     });
 }
