@@ -441,14 +441,14 @@ begin
   Result := Copy(Buffer, 1, Pos(#0, Buffer + #0) - 1);
 end;
 
-// The text of the most recent failure.
+// The text of the most recent failure, without the line break that some end in.
 function TARVO_LastError: String;
 var
   Message: AnsiString;
 begin
   SetLength(Message, 1024);
   TARVO_GetLastErrorMessage(Message, Length(Message));
-  Result := String(TARVO_TextIn(Message));
+  Result := TrimRight(String(TARVO_TextIn(Message)));
 end;
 
 // A list of texts, such as the services that another one depends on.

@@ -3,7 +3,8 @@
  * TARVO.DLL 10.0.176: the dangerous part of a setup's work, as flat calls.
  *
  * Conventions
- * - All texts are ANSI, in the system's code page. Sizes are bytes, terminators included, unless said otherwise.
+ * - All texts are ANSI, in the process's code page: the system's, or UTF-8 where the program's manifest says so. Sizes
+ *   are bytes, terminators included, unless said otherwise.
  * - The caller owns every buffer; no pointer is kept beyond a call. One thread calls at a time.
  * - Most exports return a Win32 code, 0 for success. After a failure TARVO_GetLastErrorMessage hands out its text.
  *   A required pointer that is NULL gives ERROR_INVALID_PARAMETER (87) before any work; a lack of memory gives
@@ -56,11 +57,13 @@ void __cdecl TARVO_StartDebugLogging2(void);
  * @param path       The log file, or a folder (ending in a backslash) for tarvo.log in it; missing folders are made.
  *                   NULL or "": Velmora\Logs\Setup\tarvo.log in the common application data folder.
  * @param overwrite  Non-zero empties an existing file; 0 adds to it.
+ * A path of more than 259 characters, as a file that cannot be opened, leaves no log open.
  */
 void __cdecl TARVO_StartDebugLoggingRunTime(_In_opt_z_ const char* path, DWORD overwrite);
 
 /**
- * Hands out the text of the most recent failure of any export; "" before the first.
+ * Hands out the text of the most recent failure of any export; "" before the first. Those of services end in a line
+ * break.
  * @param buffer  Receives at most size - 1 characters, always terminated. NULL or no size: nothing is written.
  */
 void __cdecl TARVO_GetLastErrorMessage(_Out_writes_z_(size) char* buffer, int size);
@@ -171,7 +174,8 @@ DWORD __cdecl TARVO_UpdatePFOsInfo(void);
 DWORD __cdecl TARVO_RenameAfterReboot(_In_z_ const char* source, _In_opt_z_ const char* target);
 
 /**
- * Takes operations off the list; finding none is no error.
+ * Takes operations off the list; finding none is no error. NULL for both takes off all, those of others too; Inno
+ * Setup hands an empty text over as NULL.
  * @param source       Full path, or NULL for any source.
  * @param destination  Full path, "NUL" for deletions only, or NULL for any target.
  * @return 0, or the code of reading or writing the list.
@@ -212,7 +216,10 @@ void __cdecl TARVO_SetPFOsImmediateFlush(DWORD flag);
  */
 DWORD __cdecl TARVO_CreateRegistryEntry(_In_z_ const char* locator, DWORD type, BOOL flush);
 
-/** As TARVO_CreateRegistryEntry; virtualized 0 works in the 64-bit view, anything else in the process's own. */
+/**
+ * As TARVO_CreateRegistryEntry; virtualized 0 works in the 64-bit view (KEY_WOW64_64KEY, which Windows 2000 does not
+ * know), anything else in the process's own.
+ */
 DWORD __cdecl TARVO_CreateRegistryEntryEx(_In_z_ const char* locator, DWORD type, BOOL flush, BOOL virtualized);
 
 /**
@@ -227,7 +234,8 @@ DWORD __cdecl TARVO_SetProductVersion(_In_z_ const char* version, _In_z_ const c
  * Puts a copy of a shared library on the list of its name, newest file first, files without a version last; what the
  * next restart will put in a copy's place counts. Created keys are recorded, the list is not. The current security
  * policy is put on the key of the lists.
- * @param path  Full path, at most 259 characters; stored in lower case.
+ * @param path  Full path, at most 259 characters, the file's name at most 255; stored in lower case. What the list
+ *              holds of others stays as it is.
  * @return 0; ERROR_INVALID_PARAMETER, NULL or empty; ERROR_FILENAME_EXCED_RANGE; ERROR_INVALID_DATA, the value is no
  *         text list and stays; or the registry's code.
  */
@@ -361,8 +369,9 @@ DWORD __cdecl TARVO_GetCustomUnInstallString(_In_z_ const char* name, _Out_write
  * @param dependencies    A list of terminated texts ended by an empty one; NULL for none.
  * @param account         NULL is LocalSystem.
  * @param changeExisting  Non-zero changes a service of that name.
- * @return 0; ERROR_FILE_EXISTS, it exists and shall not be changed; CreateService's code; or the code of changing or
- *         of TARVO_EnableServiceInHWProfile, the service then stays and is not recorded.
+ * @return 0; ERROR_INVALID_PARAMETER, no program for a new service; ERROR_FILE_EXISTS, it exists and shall not be
+ *         changed; ERROR_SERVICE_MARKED_FOR_DELETE, it is to be changed and going; CreateService's code; or that of
+ *         changing or of TARVO_EnableServiceInHWProfile, the service then stays and is not recorded.
  */
 DWORD __cdecl TARVO_InstallService(_In_opt_z_ const char* machine, _In_z_ const char* service,
                                    _In_opt_z_ const char* displayName, DWORD serviceType, DWORD startType,
@@ -384,8 +393,8 @@ DWORD __cdecl TARVO_ChangeServiceConfig(_In_opt_z_ const char* machine, _In_z_ c
 
 /**
  * Changes an optional setting of a service (ChangeServiceConfig2, looked up at each call). Nothing is recorded.
- * @param level        SERVICE_CONFIG_...
- * @param information  Address of the structure of that level.
+ * @param level        SERVICE_CONFIG_..., such as 3, a delayed automatic start.
+ * @param information  Address of the structure of that level; for 3 a BOOL.
  * @return 0; ERROR_PROC_NOT_FOUND on a Windows without that function; or its code.
  */
 DWORD __cdecl TARVO_ChangeServiceConfig2(_In_opt_z_ const char* machine, _In_z_ const char* service, DWORD level,
@@ -516,8 +525,10 @@ DWORD __cdecl TARVO_EnableServiceInHWProfile(_In_opt_z_ const char* machine, _In
  * @param mask       TARVO_ACCESS_..., or other access rights.
  * @param replace    Non-zero leaves nothing in the list but the new entries.
  * @param recursive  Non-zero does the same to all that lies below, each object before its contents; failures there
- *                   are only traced and keep the walk out of what lies below them. Links to directories are followed,
- *                   but none that leads back into a directory that the walk is in.
+ *                   are only traced and keep the walk out of what lies below them, as do paths of more than 259
+ *                   characters. Links to directories are followed, each target once, but none that leads back into a
+ *                   directory that the walk is in: never for a tree that users may write to. Links among keys are not
+ *                   followed.
  * @return 0; ERROR_INVALID_PARAMETER, also for another type or a malformed key path; ERROR_NONE_MAPPED, no such
  *         account; ERROR_FILENAME_EXCED_RANGE, a key of more than 2047 bytes; ERROR_ALLOTTED_SPACE_EXCEEDED, a list
  *         that would exceed 64 KB; ERROR_INVALID_ACL, a damaged list; or the code of reading or writing the list.
@@ -586,8 +597,8 @@ DWORD __cdecl TARVO_GetSecurityPolicy(void);
  * Gives a file or directory the access list of the selected policy, by one grant after the other as
  * TARVO_SetObjectSecurity makes them, the first of which replaces the list.
  * @param recursive  As for TARVO_SetObjectSecurity; the tree is walked once for each grant.
- * @return 0, also without a policy; ERROR_INVALID_PARAMETER, NULL or ""; or the code of the first grant that failed,
- *         those before it stay.
+ * @return 0, also without a policy; ERROR_INVALID_PARAMETER, NULL or "", or the setup's own account has no SID: nothing
+ *         is written then; or the code of the first grant that failed, those before it stay.
  */
 DWORD __cdecl TARVO_ApplyFileSecurityPolicy(_In_z_ const char* path, BOOL recursive);
 
@@ -700,7 +711,10 @@ DWORD __cdecl TARVO_GetPlatformEx(DWORD item, _Out_opt_ BOOL* boolBuffer, _Out_o
 /** @return non-zero on a 64-bit Windows (IsWow64Process); no result code. */
 BOOL __cdecl TARVO_Is64BitPlatform(void);
 
-/** @return the bytes of physical memory as a 32-bit program sees them (GlobalMemoryStatus); no result code. */
+/**
+ * @return the bytes of physical memory as a 32-bit program sees them (GlobalMemoryStatus), never more than 2 GB, or 4
+ * GB in a program linked for large addresses; no result code.
+ */
 DWORD __cdecl TARVO_GetAmountOfRAM(void);
 
 /** @} */
@@ -776,9 +790,9 @@ DWORD __cdecl TARVO_RemoveShortCut(_In_z_ const char* group, _In_z_ const char* 
  */
 
 /**
- * Shows the please-wait window, centred, with a caption and a line of text; one already shown goes first. It belongs to
- * the calling thread, which must dispatch messages for it to paint, and goes with TARVO_HideProgressDialog or the
- * library.
+ * Shows the please-wait window, centred, with a caption and a line of text; one already shown goes first. It is painted
+ * when the call returns. It belongs to the calling thread, which must dispatch messages for it to be painted anew, and
+ * goes with TARVO_HideProgressDialog or the library.
  * @return 0; TARVO_ERROR_FAILED, nothing is shown
  */
 DWORD __cdecl TARVO_ShowProgressDialog(_In_opt_ HWND parent, _In_opt_z_ const char* caption,
@@ -884,7 +898,10 @@ DWORD __cdecl TARVO_InstallDefaultPolicyFile(_In_z_ const char* source, _In_z_ c
  * @{
  */
 
-/** Registers a plug-in of the management console: its ImagePath. Recorded. @return as TARVO_CreateRegistryEntry */
+/**
+ * Registers a plug-in of the management console: its ImagePath. Recorded.
+ * @return as TARVO_CreateRegistryEntry; ERROR_INSUFFICIENT_BUFFER, too long for a locator of 2047 bytes
+ */
 DWORD __cdecl TARVO_RegisterKobPlugIn(_In_z_ const char* name, _In_z_ const char* path);
 
 /**

@@ -9,29 +9,30 @@
 namespace tarvo {
 namespace {
 
-using ControllerName = UniqueNetBuffer<wchar_t>;
-
-/** Finds where a domain keeps its accounts; without a domain the name stays empty, which is this machine. */
-DWORD FindController(const wchar_t* domain, ControllerName& controller)
+/** Runs a call, which takes the name of a machine, where a domain keeps its accounts; NULL is this machine. */
+template <class Call> DWORD OnController(const wchar_t* domain, Call call)
 {
-    return domain ? NetGetDCName(nullptr, domain, controller.PutBytes()) : NERR_Success;
+    UniqueNetBuffer<wchar_t> controller;
+    if (domain) {
+        if (const DWORD status = NetGetDCName(nullptr, domain, controller.PutBytes()))
+            return status;
+    }
+    const DWORD status = call(controller.Get());
+    NetApiBufferFree(controller.Release()); // no name, too
+    return status;
 }
 
 DWORD AddUser(const wchar_t* domain, USER_INFO_1& user)
 {
-    ControllerName controller;
-    if (const DWORD status = FindController(domain, controller))
-        return status;
-    DWORD wrongParameter = 0;
-    return NetUserAdd(controller.Get(), 1, reinterpret_cast<BYTE*>(&user), &wrongParameter);
+    return OnController(domain, [&](const wchar_t* machine) {
+        DWORD wrongParameter = 0;
+        return NetUserAdd(machine, 1, reinterpret_cast<BYTE*>(&user), &wrongParameter);
+    });
 }
 
 DWORD DeleteUser(const wchar_t* domain, const wchar_t* user)
 {
-    ControllerName controller;
-    if (const DWORD status = FindController(domain, controller))
-        return status;
-    return NetUserDel(controller.Get(), user);
+    return OnController(domain, [user](const wchar_t* machine) { return NetUserDel(machine, user); });
 }
 
 DWORD CreateAccountA(const char* domain, const char* user, const char* password, DWORD privilege, DWORD accountType)

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "base/com_object.h"
+#include "base/item_list.h"
 #include "base/multibyte.h"
 #include "base/path.h"
 #include "files/path_utils.h"
@@ -17,22 +17,6 @@ namespace tarvo {
 namespace {
 
 constexpr char kCancelText[] = "Dialog was canceled by the user.";
-
-/** COM for the time of one dialog: left again only where this call was the first to enter. */
-class ComForDialog {
-public:
-    ComForDialog() : entered_(CoInitialize(nullptr) == S_OK) {}
-    ~ComForDialog()
-    {
-        if (entered_)
-            CoUninitialize();
-    }
-    ComForDialog(const ComForDialog&) = delete;
-    ComForDialog& operator=(const ComForDialog&) = delete;
-
-private:
-    bool entered_;
-};
 
 /** The browser changes the current directory; it is put back. */
 class CurrentDirectoryKeeper {
@@ -53,26 +37,6 @@ public:
 
 private:
     PathText directory_;
-};
-
-/** An item list that the shell's allocator frees. */
-class AllocatedList {
-public:
-    explicit AllocatedList(IMalloc* allocator) : allocator_(allocator) {}
-    ~AllocatedList()
-    {
-        if (list_)
-            allocator_->Free(list_);
-    }
-    AllocatedList(const AllocatedList&) = delete;
-    AllocatedList& operator=(const AllocatedList&) = delete;
-
-    LPITEMIDLIST Get() const { return list_; }
-    LPITEMIDLIST* Put() { return &list_; }
-
-private:
-    IMalloc* allocator_;
-    LPITEMIDLIST list_ = nullptr;
 };
 
 /** What a caller asks of the browser. */
@@ -144,22 +108,16 @@ UINT FlagsOf(const FolderQuestion& question)
     return flags;
 }
 
-/** Finds the root of the tree: the computer's drives if asked for and located, else none, which is the desktop. */
-void LocateRoot(const FolderQuestion& question, AllocatedList& root)
-{
-    if (question.computerOnly && FAILED(SHGetSpecialFolderLocation(nullptr, CSIDL_DRIVES, root.Put())))
-        *root.Put() = nullptr;
-}
-
 DWORD Browse(const FolderQuestion& question, char* folder, IMalloc* allocator)
 {
     const bool isDrivePath = folder[0] && folder[1] == ':';
     const BrowseContext context = {question.title, isDrivePath ? folder : nullptr};
     PathText displayName;
-    AllocatedList chosen(allocator); // the last to go, behind the directory and the root
-    AllocatedList root(allocator);
+    ItemList chosen(allocator); // the last to go, behind the directory and the root
+    ItemList root(allocator);
     const CurrentDirectoryKeeper directory;
-    LocateRoot(question, root);
+    if (question.computerOnly)
+        root.Locate(CSIDL_DRIVES); // else, and where there are none, it is the desktop
     BROWSEINFOA info = {};
     info.hwndOwner = question.parent;
     info.pidlRoot = root.Get();
@@ -184,7 +142,8 @@ DWORD Browse(const FolderQuestion& question, char* folder, IMalloc* allocator)
 
 DWORD SelectFolder(const FolderQuestion& question, char* folder)
 {
-    const ComForDialog com;
+    ComSession com;
+    com.StayWhereItWasEntered();
     UniqueCom<IMalloc> allocator;
     if (FAILED(SHGetMalloc(allocator.Put())))
         return ERROR_NOT_ENOUGH_MEMORY;

@@ -43,9 +43,4 @@ DWORD EndNetworkCall(FunctionScope& scope, DWORD status)
     return status >= NERR_BASE ? scope.Error(GetNetApiErrorText(status), status) : scope.End(status);
 }
 
-const char* ShownMachine(const char* machine)
-{
-    return Shown(machine, "<Local Machine>");
-}
-
 } // namespace tarvo

@@ -16,7 +16,4 @@ const char* GetNetApiErrorText(DWORD status);
  */
 DWORD EndNetworkCall(FunctionScope& scope, DWORD status);
 
-/** How a machine's name shows in a trace line. */
-const char* ShownMachine(const char* machine);
-
 } // namespace tarvo

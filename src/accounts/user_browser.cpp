@@ -3,7 +3,8 @@
 #include <cstring>
 #include <cwchar>
 
-#include "base/memory.h"
+#include "base/dynamic_call.h"
+#include "base/path.h"
 #include "base/wide_text.h"
 #include "frame/scope.h"
 
@@ -33,7 +34,7 @@ class BrowserLibrary {
 public:
     bool Load()
     {
-        module_.Reset(LoadLibraryA("netui2.dll"));
+        LoadFromSystem();
         if (!module_) {
             TracePrint(kError, 3, "%s", "netui2.dll failed to load.\n");
             return false;
@@ -50,9 +51,19 @@ public:
     BOOL(WINAPI* close)(HANDLE browser) = nullptr;
 
 private:
+    /** By its bare name, one that lies beside the setup would run with the setup's rights; so would what it needs. */
+    void LoadFromSystem()
+    {
+        PathText folder;
+        PathText path;
+        const UINT length = GetSystemDirectoryA(folder.Buffer(), PathText::kSize);
+        if (length > 0 && length < PathText::kSize && JoinPath(path, folder.Get(), "netui2", "dll"))
+            module_.Reset(LoadLibraryExA(path.Get(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    }
+
     template <class Function> bool Find(const char* name, Function& function)
     {
-        function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module_.Get(), name)));
+        function = LookUpIn<Function>(module_.Get(), name);
         return function != nullptr;
     }
 

@@ -67,14 +67,23 @@ template <class T> UniqueObject<T> MakeHeapObject()
 }
 
 /**
- * Holds a process-wide object whose end the library entry decides. The runtime
- * never destroys it, so nothing is registered at load and nothing runs after
- * the entry point.
+ * Place of a process-wide object, which is made at its first use and whose end the library entry decides: nothing is
+ * registered with the runtime, and nothing runs after the entry point.
  */
-template <class T> union ProcessWide {
-    constexpr ProcessWide() : object() {}
-    ~ProcessWide() {}
-    T object;
+template <class T> class ProcessWide {
+public:
+    [[gnu::noinline]] T& Get()
+    {
+        if (!made_)
+            new (place_) T;
+        made_ = true;
+        return *reinterpret_cast<T*>(place_);
+    }
+    T* operator->() { return &Get(); }
+
+private:
+    alignas(T) unsigned char place_[sizeof(T)] = {};
+    bool made_ = false;
 };
 
 } // namespace tarvo

@@ -5,106 +5,200 @@
 namespace tarvo {
 namespace {
 
-/** What the code page says of each byte. Filled on first use; filling it twice at once does no harm. */
-struct ByteTable {
+/** What the process's code page says of each byte. Filled on first use; filling it twice at once does no harm. */
+struct CodePage {
     bool filled = false;
     bool anyLead = false;
-    bool lead[256] = {};
-    unsigned char lower[256] = {};
+    bool isUtf8 = false; // the one page with characters of more than two bytes
+    bool lead[256] = {}; // of double-byte characters
+    unsigned char folded[256] = {};
 };
 
-constinit ByteTable byteTable;
+constinit CodePage codePage;
 
-void FillLeadBytes(ByteTable& table)
+/** A character's bytes. */
+struct Character {
+    char bytes[4] = {};
+    size_t size = 0;
+
+    /** As a number that no other character has. */
+    unsigned Number() const
+    {
+        unsigned number = 0;
+        for (size_t at = 0; at < size; ++at)
+            number = number << 8 | static_cast<unsigned char>(bytes[at]);
+        return number;
+    }
+};
+
+char MapAscii(char character, DWORD mapping)
+{
+    const char first = mapping == LCMAP_LOWERCASE ? 'A' : 'a';
+    const bool isOther = character >= first && character <= first + ('Z' - 'A');
+    return isOther ? static_cast<char>(character ^ ('a' - 'A')) : character;
+}
+
+/** @return the bytes of the mapped character; 0 if it cannot be mapped */
+size_t MapByUtf16(std::string_view text, DWORD mapping, Character& mapped)
+{
+    wchar_t wide[2];
+    wchar_t other[2];
+    const int size = static_cast<int>(text.size());
+    const int units = MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, text.data(), size, wide, 2);
+    if (units == 0 || LCMapStringW(LOCALE_SYSTEM_DEFAULT, mapping, wide, units, other, 2) != units)
+        return 0;
+    return static_cast<size_t>(
+        WideCharToMultiByte(CP_ACP, 0, other, units, mapped.bytes, sizeof mapped.bytes, nullptr, nullptr));
+}
+
+/** Maps one character. One that has no other letter case, or cannot be mapped, stays as it is. */
+Character MapCase(const CodePage& page, std::string_view text, DWORD mapping)
+{
+    if (static_cast<unsigned char>(text.front()) < 0x80)
+        return {{MapAscii(text.front(), mapping)}, 1};
+    Character mapped;
+    const int size = static_cast<int>(text.size());
+    // LCMapStringA knows no characters of more than two bytes, and takes the locale's code page unless told otherwise.
+    mapped.size = page.isUtf8 ? MapByUtf16(text, mapping, mapped)
+                              : static_cast<size_t>(LCMapStringA(LOCALE_SYSTEM_DEFAULT, mapping | LOCALE_USE_CP_ACP,
+                                                                 text.data(), size, mapped.bytes, size));
+    if (mapped.size == 0) {
+        mapped.size = text.size();
+        memcpy(mapped.bytes, text.data(), text.size());
+    }
+    return mapped;
+}
+
+/**
+ * What is the same for all letters that names do not tell apart. The system compares names in capitals; but for UTF-8
+ * a code page lacks some capitals, which would all become one question mark.
+ */
+Character Fold(const CodePage& page, std::string_view text)
+{
+    return MapCase(page, text, page.isUtf8 ? LCMAP_UPPERCASE : LCMAP_LOWERCASE);
+}
+
+void FillLeadBytes(CodePage& page)
 {
     CPINFO info = {};
-    if (!GetCPInfo(CP_ACP, &info) || info.MaxCharSize != 2)
+    if (!GetCPInfo(CP_ACP, &info))
+        return;
+    page.isUtf8 = info.MaxCharSize > 2;
+    if (info.MaxCharSize != 2)
         return;
     for (int range = 0; range + 1 < MAX_LEADBYTES && info.LeadByte[range]; range += 2) {
         for (unsigned byte = info.LeadByte[range]; byte <= info.LeadByte[range + 1]; ++byte)
-            table.lead[byte] = table.anyLead = true;
+            page.lead[byte] = page.anyLead = true;
     }
 }
 
-void FillLowerCase(ByteTable& table)
+void FillFolded(CodePage& page)
 {
     for (unsigned byte = 0; byte < 256; ++byte) {
-        const char upper = static_cast<char>(byte);
-        char lower = upper;
-        if (!table.lead[byte] && byte != 0)
-            LCMapStringA(LOCALE_SYSTEM_DEFAULT, LCMAP_LOWERCASE, &upper, 1, &lower, 1);
-        table.lower[byte] = static_cast<unsigned char>(lower);
+        const char character = static_cast<char>(byte);
+        page.folded[byte] = static_cast<unsigned char>(byte);
+        if (!page.lead[byte] && byte != 0)
+            page.folded[byte] = static_cast<unsigned char>(Fold(page, {&character, 1}).bytes[0]);
     }
 }
 
-const ByteTable& Bytes()
+const CodePage& ThisCodePage()
 {
-    if (!byteTable.filled) {
-        FillLeadBytes(byteTable);
-        FillLowerCase(byteTable);
-        byteTable.filled = true;
+    if (!codePage.filled) {
+        FillLeadBytes(codePage);
+        FillFolded(codePage);
+        codePage.filled = true;
     }
-    return byteTable;
+    return codePage;
 }
 
-size_t CharLength(const ByteTable& bytes, const char* text)
+/** How many bytes a character of UTF-8 has by its first one. */
+size_t Utf8Size(unsigned char first)
 {
-    return bytes.lead[static_cast<unsigned char>(*text)] && text[1] ? 2 : 1;
+    if (first < 0xC0)
+        return 1;
+    return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
 }
 
-/** Takes the characters of a text off its front, each in lower case, in the low 16 bits. */
-class LowerCaseReader {
+/** @param end  NULL: the text ends at its terminator, which continues no character. */
+size_t CharLength(const CodePage& page, const char* text, const char* end = nullptr)
+{
+    const auto first = static_cast<unsigned char>(*text);
+    if (page.lead[first])
+        return text + 1 != end && text[1] ? 2 : 1;
+    if (!page.isUtf8)
+        return 1;
+    size_t length = 1;
+    while (length < Utf8Size(first) && text + length != end && (text[length] & 0xC0) == 0x80)
+        ++length;
+    return length;
+}
+
+/** Takes the characters of a text off its front, each folded. */
+class FoldedReader {
 public:
-    explicit LowerCaseReader(std::string_view text) : bytes_(Bytes()), at_(text.data()), end_(at_ + text.size()) {}
+    explicit FoldedReader(std::string_view text) : page_(ThisCodePage()), at_(text.data()), end_(at_ + text.size()) {}
 
     bool AtEnd() const { return at_ == end_; }
 
     unsigned Take()
     {
-        const auto first = static_cast<unsigned char>(*at_);
-        if (!bytes_.lead[first] || at_ + 1 == end_) {
-            ++at_;
-            return bytes_.lower[first];
-        }
-        char lower[2] = {at_[0], at_[1]};
-        LCMapStringA(LOCALE_SYSTEM_DEFAULT, LCMAP_LOWERCASE, at_, 2, lower, 2);
-        at_ += 2;
-        return static_cast<unsigned>(static_cast<unsigned char>(lower[0]) << 8 | static_cast<unsigned char>(lower[1]));
+        const char* const character = at_;
+        const size_t length = CharLength(page_, character, end_);
+        at_ += length;
+        if (length == 1)
+            return page_.folded[static_cast<unsigned char>(*character)];
+        return Fold(page_, {character, length}).Number();
     }
 
 private:
-    const ByteTable& bytes_;
+    const CodePage& page_;
     const char* at_;
     const char* end_;
 };
 
 /** @return whether one text begins with the other; rest is then behind it. */
-bool SkipNoCase(LowerCaseReader& rest, std::string_view prefix)
+bool SkipNoCase(FoldedReader& rest, std::string_view prefix)
 {
-    for (LowerCaseReader wanted(prefix); !wanted.AtEnd();) {
+    for (FoldedReader wanted(prefix); !wanted.AtEnd();) {
         if (rest.AtEnd() || rest.Take() != wanted.Take())
             return false;
     }
     return true;
 }
 
+/** Tells whether a mapped character can stand for the one it was made of, in its place. */
+bool FitsFor(const CodePage& page, const Character& mapped, std::string_view text)
+{
+    return mapped.size <= text.size() && Fold(page, {mapped.bytes, mapped.size}).Number() == Fold(page, text).Number();
+}
+
 void MapCaseInPlace(char* text, DWORD mapping)
 {
-    const int length = static_cast<int>(strlen(text));
-    if (length > 0)
-        LCMapStringA(LOCALE_SYSTEM_DEFAULT, mapping, text, length, text, length);
+    const CodePage& page = ThisCodePage();
+    char* write = text;
+    for (const char* read = text; *read;) {
+        const std::string_view character(read, CharLength(page, read));
+        const Character mapped = MapCase(page, character, mapping);
+        const bool fits = FitsFor(page, mapped, character);
+        const std::string_view kept = fits ? std::string_view(mapped.bytes, mapped.size) : character;
+        read += character.size();
+        memmove(write, kept.data(), kept.size());
+        write += kept.size();
+    }
+    *write = '\0';
 }
 
 } // namespace
 
 bool IsLeadByte(char byte)
 {
-    return Bytes().lead[static_cast<unsigned char>(byte)];
+    return ThisCodePage().lead[static_cast<unsigned char>(byte)];
 }
 
 const char* NextChar(const char* text)
 {
-    return *text ? text + CharLength(Bytes(), text) : text;
+    return *text ? text + CharLength(ThisCodePage(), text) : text;
 }
 
 char* NextChar(char* text)
@@ -114,23 +208,23 @@ char* NextChar(char* text)
 
 bool IsTrailByte(const char* start, const char* at)
 {
-    const ByteTable& bytes = Bytes();
-    if (!bytes.anyLead)
+    const CodePage& page = ThisCodePage();
+    if (!page.anyLead)
         return false;
     // A byte that cannot lead ends a character, so the run of lead bytes
     // right before the place tells how the bytes pair up.
     const char* run = at;
-    while (run > start && bytes.lead[static_cast<unsigned char>(run[-1])])
+    while (run > start && page.lead[static_cast<unsigned char>(run[-1])])
         --run;
     return (at - run) % 2 != 0;
 }
 
 const char* FindChar(const char* text, char wanted)
 {
-    const ByteTable& bytes = Bytes();
-    if (!bytes.anyLead)
+    const CodePage& page = ThisCodePage();
+    if (!page.anyLead)
         return strchr(text, wanted);
-    for (; *text; text += CharLength(bytes, text)) {
+    for (; *text; text += CharLength(page, text)) {
         if (*text == wanted)
             return text;
     }
@@ -144,8 +238,8 @@ char* FindChar(char* text, char wanted)
 
 size_t IndexOfChar(std::string_view text, char wanted)
 {
-    const ByteTable& bytes = Bytes();
-    for (size_t at = 0; at < text.size(); at += bytes.lead[static_cast<unsigned char>(text[at])] ? 2 : 1) {
+    const CodePage& page = ThisCodePage();
+    for (size_t at = 0; at < text.size(); at += page.lead[static_cast<unsigned char>(text[at])] ? 2 : 1) {
         if (text[at] == wanted)
             return at;
     }
@@ -154,11 +248,11 @@ size_t IndexOfChar(std::string_view text, char wanted)
 
 const char* FindLastChar(const char* text, char wanted)
 {
-    const ByteTable& bytes = Bytes();
-    if (!bytes.anyLead)
+    const CodePage& page = ThisCodePage();
+    if (!page.anyLead)
         return strrchr(text, wanted);
     const char* last = nullptr;
-    for (; *text; text += CharLength(bytes, text)) {
+    for (; *text; text += CharLength(page, text)) {
         if (*text == wanted)
             last = text;
     }
@@ -195,31 +289,31 @@ char* FindDoubleBackslash(char* text)
 
 size_t CountChars(const char* text)
 {
-    const ByteTable& bytes = Bytes();
-    if (!bytes.anyLead)
+    const CodePage& page = ThisCodePage();
+    if (!page.anyLead && !page.isUtf8)
         return strlen(text);
     size_t count = 0;
-    for (; *text; text += CharLength(bytes, text))
+    for (; *text; text += CharLength(page, text))
         ++count;
     return count;
 }
 
 bool EqualNoCase(std::string_view left, std::string_view right)
 {
-    LowerCaseReader rest(left);
+    FoldedReader rest(left);
     return SkipNoCase(rest, right) && rest.AtEnd();
 }
 
 bool StartsWithNoCase(std::string_view text, std::string_view prefix)
 {
-    LowerCaseReader rest(text);
+    FoldedReader rest(text);
     return SkipNoCase(rest, prefix);
 }
 
 uint32_t HashNoCase(std::string_view text)
 {
     uint32_t hash = 2166136261U; // FNV-1a
-    for (LowerCaseReader rest(text); !rest.AtEnd();)
+    for (FoldedReader rest(text); !rest.AtEnd();)
         hash = (hash ^ rest.Take()) * 16777619U;
     return hash;
 }

@@ -9,12 +9,13 @@
 namespace tarvo {
 
 /**
- * Text in the system's ANSI code page, walked character by character: a
- * double-byte character is one step, so that a trail byte that equals a
- * separator never separates. A lead byte right before the end counts as a
- * character of its own. None of these follows a text beyond its terminator.
+ * Text in the process's ANSI code page, UTF-8 among them, walked character by
+ * character: one of several bytes is one step, so that a trail byte that equals
+ * a separator never separates. A byte that begins no whole character counts as
+ * one of its own. None of these follows a text beyond its terminator.
  */
 
+/** Tells whether a byte begins a character of two bytes whose second may be any; UTF-8 has none. */
 bool IsLeadByte(char byte);
 
 /** @return what follows the first character of text; text itself at its end. */
@@ -40,7 +41,7 @@ char* FindSeparator(char* text);
 /** @return the first of two backslashes in a row, or NULL. */
 char* FindDoubleBackslash(char* text);
 
-/** @return the number of characters, a double-byte character counting one. */
+/** @return the number of characters, one of several bytes counting one. */
 size_t CountChars(const char* text);
 
 /** Equality without regard to letter case, as file and registry names have it. */
@@ -52,7 +53,10 @@ bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 /** @return a number that is the same for texts that EqualNoCase calls equal. */
 uint32_t HashNoCase(std::string_view text);
 
-/** Changes letter case in place (LCMapString); a text that cannot be mapped stays as it is. */
+/**
+ * Changes letter case in place (LCMapString). A letter stays as it is where its other case would take more bytes, or
+ * would stand for another letter in a name.
+ */
 void LowerInPlace(char* text);
 void UpperInPlace(char* text);
 

@@ -16,6 +16,18 @@ inline const char* Shown(const char* text, const char* ifNull = "null")
     return text ? text : ifNull;
 }
 
+/** How the name of a machine shows; NULL is the own one. */
+inline const char* ShownMachine(const char* machine)
+{
+    return Shown(machine, "<Local Machine>");
+}
+
+/** How a number shows that a call has handed out; -1 where it was not asked for. */
+inline int ShownNumber(const DWORD* number)
+{
+    return number ? static_cast<int>(*number) : -1;
+}
+
 inline bool IsEmpty(const char* text)
 {
     return !text || !*text;
@@ -55,9 +67,13 @@ public:
     /** Keeps what fits: for messages, and where a cut is agreed. */
     void SetCut(std::string_view text) { CopyCut(text_, Size, text); }
 
-    template <class... Arguments> bool Format(const char* format, Arguments... arguments)
+    [[gnu::format(printf, 2, 3)]] bool Format(const char* format, ...)
     {
-        return FormatCut(text_, Size, format, arguments...);
+        va_list arguments;
+        va_start(arguments, format);
+        const bool whole = FormatCutV(text_, Size, format, arguments);
+        va_end(arguments);
+        return whole;
     }
 
 private:

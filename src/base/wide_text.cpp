@@ -1,6 +1,7 @@
 #include "base/wide_text.h"
 
 #include <cstring>
+#include <cwchar>
 
 namespace tarvo {
 
@@ -15,6 +16,12 @@ bool WideText::FromAnsi(const char* text)
     if (!MultiByteToWideChar(CP_ACP, 0, text, -1, Get(), static_cast<int>(room)))
         Reset();
     return static_cast<bool>(*this);
+}
+
+void WideText::Wipe()
+{
+    if (*this)
+        SecureZeroMemory(Get(), wcslen(Get()) * sizeof(wchar_t));
 }
 
 } // namespace tarvo

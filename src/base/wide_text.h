@@ -11,6 +11,9 @@ class WideText : public HeapArray<wchar_t> {
 public:
     /** Holds the wide form of text; NULL gives none. @return false, holding none, without memory or a conversion. */
     [[nodiscard]] bool FromAnsi(const char* text);
+
+    /** Overwrites the text with zeros. */
+    void Wipe();
 };
 
 /** A call's ANSI arguments as the wide ones that a network function takes; what is NULL stays NULL. */
@@ -21,6 +24,14 @@ public:
         for (size_t index = 0; index < Count && converted_; ++index)
             converted_ = texts_[index].FromAnsi(texts[index]);
     }
+
+    ~WideArguments()
+    {
+        for (WideText& text : texts_)
+            text.Wipe(); // one may be a password
+    }
+    WideArguments(const WideArguments&) = delete;
+    WideArguments& operator=(const WideArguments&) = delete;
 
     /** Tells whether all of them could be converted. */
     bool Converted() const { return converted_; }

@@ -161,7 +161,7 @@ DWORD WriteProperty(const char* name, const char* property, DWORD type, const vo
     RegistryKey key;
     if (const DWORD code = OpenAgentPlugIn(name, key))
         return code;
-    return static_cast<DWORD>(RegSetValueExA(key.Handle(), property, 0, type, static_cast<const BYTE*>(data), size));
+    return key.Set(property, type, data, size);
 }
 
 /** A path too long for the log's lines is not recorded: cut, it would name something else. */

@@ -10,9 +10,9 @@
 namespace tarvo {
 namespace {
 
+/** Tells whether a path begins with a drive and a backslash, as in "C:\\". */
 bool IsRootedAtDrive(const char* path)
 {
-    // A UNC path has no colon there; nor has "/" or "\" itself.
     return path[0] && path[0] != '\\' && path[0] != '/' && path[1] == ':' && path[2] == '\\';
 }
 

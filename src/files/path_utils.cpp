@@ -178,6 +178,8 @@ int IsPathDirectory(const char* path)
 
 void NormalizePath(char* path)
 {
+    TraceStream stream("NormalizePath");
+    stream.Add(path).Open();
     if (!path || strlen(path) <= 2)
         return;
     char* tail = NextChar(NextChar(path));

@@ -2,7 +2,7 @@
 
 namespace tarvo {
 
-/** Paths here are never NULL; each test traces its call and its answer. */
+/** Each traces its call, the tests their answer too. Their paths are never NULL. */
 
 /** @return non-zero if the path exists; ifUnknown if the system cannot tell, as for a folder that may not be read. */
 int IsPathExist(const char* path, int ifUnknown);

@@ -7,6 +7,12 @@
 
 namespace tarvo {
 
+/** How an operation ends: a code and, where the system's own text for it will not do, another one. */
+struct Ending {
+    DWORD code;
+    const char* text = nullptr;
+};
+
 /**
  * Made at the top of an operation: brackets its trace and ends it. The
  * operation returns what Ok or Error returned. Exports use detail 0, inner
@@ -33,6 +39,10 @@ public:
 
     /** Ok for 0, Error for any other code. */
     DWORD End(DWORD code) { return code == ERROR_SUCCESS ? Ok() : Error(code); }
+    DWORD End(const Ending& ending)
+    {
+        return ending.code != ERROR_SUCCESS && ending.text ? Error(ending.text, ending.code) : End(ending.code);
+    }
 
 private:
     const char* name_;

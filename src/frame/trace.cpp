@@ -35,12 +35,17 @@ struct TraceState {
     char line[kMaxLine] = {}; // guarded by the lock
 };
 
-ProcessWide<TraceState> state;
+constinit ProcessWide<TraceState> trace;
+
+TraceState& State()
+{
+    return trace.Get();
+}
 
 class TraceLock {
 public:
-    TraceLock() { EnterCriticalSection(&state.object.lock); }
-    ~TraceLock() { LeaveCriticalSection(&state.object.lock); }
+    TraceLock() { EnterCriticalSection(&State().lock); }
+    ~TraceLock() { LeaveCriticalSection(&State().lock); }
     TraceLock(const TraceLock&) = delete;
     TraceLock& operator=(const TraceLock&) = delete;
 };
@@ -48,25 +53,26 @@ public:
 void ReadTraceConfig()
 {
     const TraceLock lock;
-    state.object.config.Read(state.object.options, state.object.output);
+    TraceState& state = State();
+    state.config.Read(state.options, state.output);
 }
 
-bool RereadsConfig()
+bool RereadsConfig(const TraceState& state)
 {
-    return state.object.options.rereadSeconds != 0 && state.object.outputAllowed;
+    return state.options.rereadSeconds != 0 && state.outputAllowed;
 }
 
-void RereadConfigIfDue()
+void RereadConfigIfDue(const TraceState& state)
 {
-    if (RereadsConfig() && state.object.config.IsDue(state.object.options.rereadSeconds))
+    if (RereadsConfig(state) && state.config.IsDue(state.options.rereadSeconds))
         ReadTraceConfig();
 }
 
-bool LineWanted(DWORD severity, int detail)
+bool LineWanted(const TraceState& state, DWORD severity, int detail)
 {
-    const TraceOptions& options = state.object.options;
-    return state.object.output.IsOpen() && options.enabled && state.object.outputAllowed &&
-           (severity & options.severityMask) != 0 && detail <= options.detailThreshold;
+    const TraceOptions& options = state.options;
+    return state.output.IsOpen() && options.enabled && state.outputAllowed && (severity & options.severityMask) != 0 &&
+           detail <= options.detailThreshold;
 }
 
 const char* SeverityColumn(DWORD severity)
@@ -86,6 +92,8 @@ const char* SeverityColumn(DWORD severity)
 /** Builds one line in the line buffer, piece by piece. */
 class LineWriter {
 public:
+    explicit LineWriter(char* buffer) : buffer_(buffer) {}
+
     // Byte by byte: the columns are so short that calls would take longer.
     void Add(const char* text)
     {
@@ -93,10 +101,12 @@ public:
             Add(*text);
     }
 
-    template <class... Arguments> void AddFormatted(const char* format, Arguments... arguments)
+    [[gnu::format(printf, 2, 3)]] void AddFormatted(const char* format, ...)
     {
-        FormatCut(At(), Left(), format, arguments...);
-        Advance();
+        va_list arguments;
+        va_start(arguments, format);
+        AddMessage(format, arguments);
+        va_end(arguments);
     }
 
     void AddMessage(const char* format, va_list arguments)
@@ -111,26 +121,26 @@ public:
             Add(' ');
     }
 
-    std::string_view Line() const { return {state.object.line, length_}; }
+    std::string_view Line() const { return {buffer_, length_}; }
 
 private:
     void Add(char byte)
     {
         if (Left() > 1)
-            state.object.line[length_++] = byte;
+            buffer_[length_++] = byte;
     }
 
-    char* At() { return state.object.line + length_; }
+    char* At() { return buffer_ + length_; }
     size_t Left() const { return kMaxLine - length_; }
     void Advance() { length_ += strlen(At()); }
 
+    char* buffer_; // of kMaxLine bytes
     size_t length_ = 0;
 };
 
 /** The clock moves with the tick count. Asking it and formatting the column would cost more than the rest of a line. */
-void AddDateTime(LineWriter& line)
+void AddDateTime(LineWriter& line, DateTimeColumn& column)
 {
-    DateTimeColumn& column = state.object.dateTime;
     const DWORD tick = GetTickCount();
     if (tick != column.tick || column.text.Empty()) {
         SYSTEMTIME now;
@@ -142,36 +152,38 @@ void AddDateTime(LineWriter& line)
     line.Add(column.text.Get());
 }
 
-void AddColumns(LineWriter& line, DWORD severity)
+void AddColumns(LineWriter& line, TraceState& state, DWORD severity)
 {
-    const TraceOptions& options = state.object.options;
+    const TraceOptions& options = state.options;
     if (options.severityColumn)
         line.Add(SeverityColumn(severity));
     if (options.threadIdColumn)
         line.AddFormatted("%lX\t", GetCurrentThreadId());
     if (options.dateTimeColumn)
-        AddDateTime(line);
+        AddDateTime(line, state.dateTime);
     if (options.tickCountColumn)
         line.AddFormatted("%08lX\t", GetTickCount());
     if (options.indentation)
-        line.AddSpaces(state.object.depth);
+        line.AddSpaces(state.depth);
 }
 
 void WriteLine(DWORD severity, const char* format, va_list arguments)
 {
     const TraceLock lock;
-    LineWriter line;
-    AddColumns(line, severity);
+    TraceState& state = State();
+    LineWriter line(state.line);
+    AddColumns(line, state, severity);
     line.AddMessage(format, arguments);
-    state.object.output.Write(line.Line());
+    state.output.Write(line.Line());
 }
 
 /** Stands apart, so that a call with no log open has none of its frame to set up. */
 [[gnu::noinline]] void PrintIfWanted(DWORD severity, int detail, const char* format, va_list arguments)
 {
     const LastErrorKeeper keeper;
-    RereadConfigIfDue(); // may switch the log: before the gate
-    if (LineWanted(severity, detail))
+    const TraceState& state = State();
+    RereadConfigIfDue(state); // may switch the log: before the gate
+    if (LineWanted(state, severity, detail))
         WriteLine(severity, format, arguments);
 }
 
@@ -179,7 +191,8 @@ void WriteLine(DWORD severity, const char* format, va_list arguments)
 
 void TracePrint(DWORD severity, int detail, const char* format, ...)
 {
-    if (!RereadsConfig() && !LineWanted(severity, detail))
+    const TraceState& state = State();
+    if (!RereadsConfig(state) && !LineWanted(state, severity, detail))
         return;
     va_list arguments;
     va_start(arguments, format);
@@ -189,19 +202,30 @@ void TracePrint(DWORD severity, int detail, const char* format, ...)
 
 bool IsTracing()
 {
-    return state.object.output.IsOpen();
+    const LastErrorKeeper keeper;
+    const TraceState& state = State();
+    RereadConfigIfDue(state); // may open the log
+    return state.output.IsOpen();
+}
+
+bool IsTraced(DWORD severity, int detail)
+{
+    const LastErrorKeeper keeper;
+    const TraceState& state = State();
+    RereadConfigIfDue(state);
+    return LineWanted(state, severity, detail);
 }
 
 TraceBlock::TraceBlock(const char* title, const char* lineEnd, DWORD severity, int detail)
     : title_(title), lineEnd_(lineEnd), severity_(severity), detail_(detail)
 {
     TracePrint(severity_, detail_, "{ %s%s", title_, lineEnd_);
-    state.object.depth += kIndentationStep;
+    State().depth += kIndentationStep;
 }
 
 TraceBlock::~TraceBlock()
 {
-    state.object.depth -= kIndentationStep;
+    State().depth -= kIndentationStep;
     TracePrint(severity_, detail_, "} %s%s", title_, lineEnd_);
 }
 
@@ -267,7 +291,7 @@ void TraceStream::Open()
 
 void SetTraceOptions(DWORD severityMask, int detailThreshold, bool dateTimeColumn, bool threadIdColumn)
 {
-    TraceOptions& options = state.object.options;
+    TraceOptions& options = State().options;
     options.severityMask = severityMask;
     options.detailThreshold = detailThreshold < 0 ? 0 : detailThreshold;
     options.dateTimeColumn = dateTimeColumn;
@@ -277,12 +301,18 @@ void SetTraceOptions(DWORD severityMask, int detailThreshold, bool dateTimeColum
 void OpenTraceOutput(const char* name, const char* mode)
 {
     const TraceLock lock;
-    state.object.output.Open(name, mode);
+    State().output.Open(name, mode);
+}
+
+void CloseTraceOutput()
+{
+    const TraceLock lock;
+    State().output.Close();
 }
 
 bool OpenTraceConfig(const char* path)
 {
-    if (!state.object.config.Open(path))
+    if (!State().config.Open(path))
         return false;
     ReadTraceConfig();
     return true;
@@ -290,15 +320,16 @@ bool OpenTraceConfig(const char* path)
 
 void OpenTraceRoot()
 {
-    InitializeCriticalSection(&state.object.lock);
+    InitializeCriticalSection(&State().lock);
 }
 
 void CloseTraceRoot()
 {
-    state.object.outputAllowed = false;
-    state.object.output.Close();
-    state.object.config.Close();
-    DeleteCriticalSection(&state.object.lock);
+    TraceState& state = State();
+    state.outputAllowed = false;
+    state.output.Close();
+    state.config.Close();
+    DeleteCriticalSection(&state.lock);
 }
 
 } // namespace tarvo

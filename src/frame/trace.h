@@ -22,8 +22,11 @@ constexpr DWORD kAllSeverities = 0xFFFFFFFF;
  */
 [[gnu::format(printf, 3, 4)]] void TracePrint(DWORD severity, int detail, const char* format, ...);
 
-/** Tells whether a log is open: whether it is worth preparing what a line shows. */
+/** Tells whether a log is open, after a look at its configuration. */
 bool IsTracing();
+
+/** Tells whether a line would be written: whether it is worth finding out what it shows. */
+bool IsTraced(DWORD severity, int detail);
 
 /** Brackets lines with "{ title" and "} title" and indents them by 3. The title must outlive the block. */
 class TraceBlock {
@@ -73,6 +76,9 @@ void SetTraceOptions(DWORD severityMask, int detailThreshold, bool dateTimeColum
 
 /** Switches the log to a file; see TraceOutput::Open. */
 void OpenTraceOutput(const char* name, const char* mode);
+
+/** Lines are dropped until the log is opened again. */
+void CloseTraceOutput();
 
 /** Opens the configuration file and reads it. @return false if there is none. */
 bool OpenTraceConfig(const char* path);

@@ -10,11 +10,9 @@ namespace tarvo {
 
 /**
  * The configuration file of the trace log: it stays open and is read again
- * from the start each time. Any byte may stand in it. The last key of this
- * table that follows one of those before it never gets its turn on a line
- * that contains both, since the first key found decides:
- * notrace, tid, tc, dt, nid, tl = number, ts = number, tfr = number,
- * tf = file [, mode].
+ * from the start each time. Any byte may stand in it. A line does what the
+ * first of these keys says that occurs anywhere in it: notrace, tid, tc, dt,
+ * nid, tl = number, ts = number, tfr = number, tf = file [, mode].
  */
 class TraceConfig {
 public:

@@ -109,7 +109,7 @@ void __cdecl TARVO_StartDebugLoggingRunTime(const char* path, DWORD overwrite)
     PathText log;
     const bool placed = IsEmpty(path) ? TakeCommonPlace(place) : TakeGivenPlace(path, place);
     if (!placed || !JoinPath(log, place.folder.Get(), place.file.Get()))
-        return;
+        return CloseTraceOutput(); // as for a file that cannot be opened
     if (!place.folder.Empty())
         TARVO_CreateDirectory(place.folder.Get());
     OpenTraceOutput(log.Get(), overwrite ? "w" : "a+");

@@ -40,27 +40,35 @@ DWORD SplitEntry(const char* name, char* text, RecordedEntry& entry)
 }
 
 /** What is already gone counts as deleted. */
-DWORD EndDeletion(FunctionScope& scope, DWORD code, const char* text)
+Ending EndOf(DWORD code, const char* text)
 {
-    return code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND ? scope.Ok() : scope.Error(text, code);
+    return code == ERROR_FILE_NOT_FOUND ? Ending{ERROR_SUCCESS} : Ending{code, text};
 }
 
-DWORD DeleteKey(FunctionScope& scope, RegistryKey& key, const RecordedEntry& entry, RegistryView view)
+Ending DeleteKey(RegistryKey& key, const RecordedEntry& entry, RegistryView view)
 {
     if (SubkeyOrValueUnderKeyExist(key.Handle())) {
         TracePrint(kWarning, 2, "%s", "Subkey or value exist under the specified key.\n");
         key.Close();
-        return scope.Error("Subkey or value exist under the specified key", ERROR_DIR_NOT_EMPTY);
+        return {ERROR_DIR_NOT_EMPTY, "Subkey or value exist under the specified key"};
     }
     key.Close();
-    return EndDeletion(scope, DeleteKeyIn(view, entry.mainKey, entry.subkey), "Error deleting registry key");
+    return EndOf(DeleteKeyIn(view, entry.mainKey, entry.subkey), "Error deleting registry key");
 }
 
-DWORD DeleteValue(FunctionScope& scope, RegistryKey& key, const RecordedEntry& entry)
+Ending DeleteValue(RegistryKey& key, const RecordedEntry& entry)
 {
     const LSTATUS code = RegDeleteValueA(key.Handle(), entry.valueName);
     key.Close();
-    return EndDeletion(scope, static_cast<DWORD>(code), "Error deleting registry value.");
+    return EndOf(static_cast<DWORD>(code), "Error deleting registry value.");
+}
+
+Ending DeleteEntry(const RecordedEntry& entry, RegistryView view)
+{
+    RegistryKey key;
+    if (const DWORD code = key.Open(entry.mainKey, entry.subkey, AccessIn(view, KEY_READ | KEY_WRITE)))
+        return EndOf(code, "Error opening registry key");
+    return entry.valueName ? DeleteValue(key, entry) : DeleteKey(key, entry, view);
 }
 
 DWORD DeleteIn(RegistryView view, const char* name, const char* text)
@@ -71,11 +79,8 @@ DWORD DeleteIn(RegistryView view, const char* name, const char* text)
     copy.SetCut(text);
     RecordedEntry entry = {};
     if (const DWORD code = SplitEntry(name, copy.Buffer(), entry))
-        return code;
-    RegistryKey key;
-    if (const DWORD code = key.Open(entry.mainKey, entry.subkey, AccessIn(view, KEY_READ | KEY_WRITE)))
-        return EndDeletion(scope, code, "Error opening registry key");
-    return entry.valueName ? DeleteValue(scope, key, entry) : DeleteKey(scope, key, entry, view);
+        return code; // without Error, as callers know it
+    return scope.End(DeleteEntry(entry, view));
 }
 
 } // namespace

@@ -20,29 +20,18 @@ DWORD MakeSourceKey(const char* source, RegistryText& key)
     return key.Format("%s\\%s", kApplicationLogKey, source) ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
 }
 
-DWORD SetPath(HKEY key, const char* name, const char* path)
+DWORD WriteSource(const RegistryKey& key, const char* path, DWORD types, DWORD categories)
 {
-    return static_cast<DWORD>(RegSetValueExA(key, name, 0, REG_EXPAND_SZ, reinterpret_cast<const BYTE*>(path),
-                                             static_cast<DWORD>(strlen(path) + 1)));
-}
-
-DWORD SetNumber(HKEY key, const char* name, DWORD number)
-{
-    return static_cast<DWORD>(
-        RegSetValueExA(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number));
-}
-
-DWORD WriteSource(HKEY key, const char* path, DWORD types, DWORD categories)
-{
-    if (const DWORD code = SetPath(key, "EventMessageFile", path))
+    const size_t size = strlen(path) + 1;
+    if (const DWORD code = key.Set("EventMessageFile", REG_EXPAND_SZ, path, size))
         return code;
-    if (const DWORD code = SetNumber(key, "TypesSupported", types))
+    if (const DWORD code = key.SetDword("TypesSupported", types))
         return code;
     if (categories == 0)
         return ERROR_SUCCESS;
-    if (const DWORD code = SetPath(key, "CategoryMessageFile", path))
+    if (const DWORD code = key.Set("CategoryMessageFile", REG_EXPAND_SZ, path, size))
         return code;
-    return SetNumber(key, "CategoryCount", categories);
+    return key.SetDword("CategoryCount", categories);
 }
 
 DWORD AddSource(const char* source, const char* path, DWORD types, DWORD categories)
@@ -52,10 +41,10 @@ DWORD AddSource(const char* source, const char* path, DWORD types, DWORD categor
     RegistryText keyPath;
     if (const DWORD code = MakeSourceKey(source, keyPath))
         return code;
-    UniqueRegistryKey key;
-    if (const LSTATUS code = RegCreateKeyA(HKEY_LOCAL_MACHINE, keyPath.Get(), key.Put()))
-        return static_cast<DWORD>(code);
-    return WriteSource(key.Get(), path, types, categories);
+    RegistryKey key;
+    if (const DWORD code = key.Create(HKEY_LOCAL_MACHINE, keyPath.Get()))
+        return code;
+    return WriteSource(key, path, types, categories);
 }
 
 DWORD DeleteSource(const char* source)

@@ -6,10 +6,7 @@
 namespace tarvo {
 namespace {
 
-void TraceRead(TraceStream& stream, const char* path, const DWORD* versionMs, const DWORD* versionLs)
-{
-    stream.Add(path).Add(static_cast<const void*>(versionMs)).Add(static_cast<const void*>(versionLs)).Open();
-}
+constinit const VersionCache* versionCache = nullptr;
 
 /** Reads the fixed version information; a resource shorter than it claims to be counts as none. */
 BOOL ReadFixedVersion(const char* path, DWORD* versionMs, DWORD* versionLs)
@@ -38,36 +35,17 @@ void FindEffectiveFile(const char* path, PathText& file)
         file.SetCut(path);
 }
 
-/**
- * Reads a copy's version at the first comparison. Later ones show in the log
- * as the first did, but the file is not opened again: a sort of n copies
- * compares each many times.
- */
-BOOL VersionOf(LibraryCopy& copy)
-{
-    PathText file;
-    FindEffectiveFile(copy.path, file);
-    if (!copy.versionRead) {
-        copy.versionRead = true;
-        copy.hasVersion = GetFileVersion(file.Get(), &copy.version.ms, &copy.version.ls);
-        return copy.hasVersion;
-    }
-    TraceStream stream("GetFileVersion");
-    TraceRead(stream, file.Get(), &copy.version.ms, &copy.version.ls);
-    return copy.hasVersion;
-}
-
-} // namespace
-
+/** @return whether the file has a version resource that could be read (GetFileVersionInfo); else version stays. */
 BOOL GetFileVersion(const char* path, DWORD* versionMs, DWORD* versionLs)
 {
     if (!path || !versionMs || !versionLs)
         return FALSE;
     TraceStream stream("GetFileVersion");
-    TraceRead(stream, path, versionMs, versionLs);
+    stream.Add(path).Add(static_cast<const void*>(versionMs)).Add(static_cast<const void*>(versionLs)).Open();
     return ReadFixedVersion(path, versionMs, versionLs);
 }
 
+/** @return -1, 0 or 1 as the first version is lower, equal or higher. */
 int CompareVersions(DWORD ms1, DWORD ls1, DWORD ms2, DWORD ls2)
 {
     TraceStream stream("CompareVersions");
@@ -77,16 +55,37 @@ int CompareVersions(DWORD ms1, DWORD ls1, DWORD ms2, DWORD ls2)
     return (ls1 > ls2) - (ls1 < ls2);
 }
 
+BOOL VersionOf(const char* path, FileVersion& version)
+{
+    PathText file;
+    FindEffectiveFile(path, file);
+    VersionCache::Version* const known = versionCache ? versionCache->Find(path) : nullptr;
+    if (known && known->read) {
+        version = known->words;
+        return known->isThere;
+    }
+    const BOOL isThere = GetFileVersion(file.Get(), &version.ms, &version.ls);
+    if (known)
+        *known = {path, true, isThere, version};
+    return isThere;
+}
+
+const char* PathAt(const void* element)
+{
+    return *static_cast<const char* const*>(element);
+}
+
+} // namespace
+
 int CompareDLLVersions(const void* first, const void* second)
 {
     FunctionScope scope("CompareDLLVersions", 2);
-    // The sort hands out its elements as constant; what they remember is not part of the order.
-    LibraryCopy& copy1 = *const_cast<LibraryCopy*>(static_cast<const LibraryCopy*>(first));
-    LibraryCopy& copy2 = *const_cast<LibraryCopy*>(static_cast<const LibraryCopy*>(second));
-    TracePrint(kInfo, 3, "Path1 = [%s]\n", copy1.path);
-    TracePrint(kInfo, 3, "Path2 = [%s]\n", copy2.path);
-    const BOOL hasVersion1 = VersionOf(copy1);
-    const BOOL hasVersion2 = VersionOf(copy2);
+    TracePrint(kInfo, 3, "Path1 = [%s]\n", PathAt(first));
+    TracePrint(kInfo, 3, "Path2 = [%s]\n", PathAt(second));
+    FileVersion version1 = {};
+    FileVersion version2 = {};
+    const BOOL hasVersion1 = VersionOf(PathAt(first), version1);
+    const BOOL hasVersion2 = VersionOf(PathAt(second), version2);
     if (!hasVersion1) {
         TracePrint(kInfo, 2, "%s", "No version for Path1, returning +1\n");
         return 1;
@@ -95,9 +94,32 @@ int CompareDLLVersions(const void* first, const void* second)
         TracePrint(kInfo, 2, "%s", "No version for Path2, returning -1\n");
         return -1;
     }
-    const int order = CompareVersions(copy1.version.ms, copy1.version.ls, copy2.version.ms, copy2.version.ls);
+    const int order = CompareVersions(version1.ms, version1.ls, version2.ms, version2.ls);
     TracePrint(kInfo, 2, "CompareVersions returned [%d]\n", order);
     return -order;
+}
+
+VersionCache::VersionCache(size_t paths)
+{
+    while (count_ < 2 * paths)
+        count_ *= 2;
+    static_cast<void>(slots_.AllocateZeroed(count_));
+    versionCache = this;
+}
+
+VersionCache::~VersionCache()
+{
+    versionCache = nullptr;
+}
+
+VersionCache::Version* VersionCache::Find(const char* path) const
+{
+    if (!slots_)
+        return nullptr;
+    size_t slot = reinterpret_cast<uintptr_t>(path) * 2654435761U >> 8;
+    while (slots_[slot &= count_ - 1].path && slots_[slot].path != path)
+        ++slot;
+    return &slots_[slot];
 }
 
 } // namespace tarvo

@@ -12,27 +12,37 @@ struct FileVersion {
     DWORD ls; // build, revision
 };
 
-/** @return whether the file has a version resource that could be read (GetFileVersionInfo); else version stays. */
-BOOL GetFileVersion(const char* path, DWORD* versionMs, DWORD* versionLs);
-
-/** @return -1, 0 or 1 as the first version is lower, equal or higher. */
-int CompareVersions(DWORD ms1, DWORD ls1, DWORD ms2, DWORD ls2);
-
 /**
- * A copy of a library in a list to be sorted. The first member is what the
- * comparator takes; the rest remembers the version once it was read.
- */
-struct LibraryCopy {
-    const char* path;
-    bool versionRead;
-    BOOL hasVersion;
-    FileVersion version;
-};
-
-/**
- * A sort comparator over two LibraryCopy: the newer file first, files without a version last. What the next restart
- * will put in a copy's place counts instead of the copy.
+ * A sort comparator over two pointers to paths: the newer file first, files without a version last. What the next
+ * restart will put in a path's place counts instead of what lies there.
  */
 int CompareDLLVersions(const void* first, const void* second);
+
+/**
+ * While one lives, the comparator reads no version twice: a sort of n paths compares each many times. It tells paths
+ * by where their texts lie. One at a time.
+ */
+class VersionCache {
+public:
+    /** @param paths  How many will be compared. Without memory nothing is remembered. */
+    explicit VersionCache(size_t paths);
+    ~VersionCache();
+    VersionCache(const VersionCache&) = delete;
+    VersionCache& operator=(const VersionCache&) = delete;
+
+    struct Version {
+        const char* path;
+        bool read;
+        BOOL isThere;
+        FileVersion words;
+    };
+
+    /** @return what is remembered of a path, or to be filled; NULL without memory */
+    Version* Find(const char* path) const;
+
+private:
+    HeapArray<Version> slots_; // a power of two, half of them free
+    size_t count_ = 2;
+};
 
 } // namespace tarvo

@@ -21,16 +21,18 @@ DWORD SetVersion(const char* version, const char* product)
     return TARVO_CreateRegistryEntry(locator.Get(), REG_SZ, FALSE);
 }
 
-DWORD RegisterResource(FunctionScope& scope, const char* directory, const char* baseName)
+Ending RegisterResource(const char* directory, const char* baseName)
 {
+    if (IsEmpty(directory))
+        return {ERROR_INVALID_PARAMETER, "Directory parameter is empty."};
+    if (IsEmpty(baseName))
+        return {ERROR_INVALID_PARAMETER, "BaseName parameter is empty."};
     PathText path;
     if (!JoinPath(path, directory, baseName))
-        return scope.Error(ERROR_FILENAME_EXCED_RANGE);
+        return {ERROR_FILENAME_EXCED_RANGE};
     if (const DWORD code = CreateProductKey(kLocalizationKey))
-        return scope.Error("CreateRegKey failed", code);
-    if (const DWORD code = SetRegValue(MachineKey(), kLocalizationKey, baseName, path.Get(), REG_SZ))
-        return scope.Error("SetRegistryValue failed", code);
-    return scope.Ok();
+        return {code, "CreateRegKey failed"};
+    return {SetRegValue(MachineKey(), kLocalizationKey, baseName, path.Get(), REG_SZ), "SetRegistryValue failed"};
 }
 
 } // namespace
@@ -49,9 +51,5 @@ DWORD __cdecl TARVO_RegisterLocalizationResource(const char* directory, const ch
 {
     FunctionScope scope("TARVO_RegisterLocalizationResource", 0);
     TracePrint(kInfo, 1, "pchDirectory = [%s]; pchBaseName = [%s]\n", Shown(directory), Shown(baseName));
-    if (IsEmpty(directory))
-        return scope.Error("Directory parameter is empty.", ERROR_INVALID_PARAMETER);
-    if (IsEmpty(baseName))
-        return scope.Error("BaseName parameter is empty.", ERROR_INVALID_PARAMETER);
-    return RegisterResource(scope, directory, baseName);
+    return scope.End(RegisterResource(directory, baseName));
 }

@@ -9,10 +9,7 @@ using namespace tarvo;
 
 namespace {
 
-DWORD EndEntry(FunctionScope& scope, DWORD code)
-{
-    return code == ERROR_SUCCESS ? scope.Ok() : scope.Error("Creating registry entry failed", code);
-}
+constexpr char kFailed[] = "Creating registry entry failed";
 
 } // namespace
 
@@ -22,7 +19,7 @@ DWORD __cdecl TARVO_CreateRegistryEntry(const char* locator, DWORD type, BOOL fl
     TracePrint(kInfo, 1, "Entry name=[%s], type=[%d], flush=[%d]\n", Shown(locator), static_cast<int>(type), flush);
     if (!locator)
         return scope.Error(ERROR_INVALID_PARAMETER);
-    return EndEntry(scope, SetRegistryValue(locator, type, flush));
+    return scope.End({SetRegistryValue(locator, type, flush), kFailed});
 }
 
 DWORD __cdecl TARVO_CreateRegistryEntryEx(const char* locator, DWORD type, BOOL flush, BOOL virtualized)
@@ -32,5 +29,5 @@ DWORD __cdecl TARVO_CreateRegistryEntryEx(const char* locator, DWORD type, BOOL 
                static_cast<int>(type), flush, virtualized);
     if (!locator)
         return scope.Error(ERROR_INVALID_PARAMETER);
-    return EndEntry(scope, SetRegistryValueEx(locator, type, flush, virtualized));
+    return scope.End({SetRegistryValueEx(locator, type, flush, virtualized), kFailed});
 }

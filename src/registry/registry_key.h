@@ -15,6 +15,9 @@ public:
     /** Opens a subkey (RegOpenKeyEx); what was held is closed first. */
     DWORD Open(HKEY parent, const char* subkey, REGSAM access);
 
+    /** Opens a subkey, which is made if need be (RegCreateKey); what was held is closed first. */
+    DWORD Create(HKEY parent, const char* subkey);
+
     /** Reads at most 4 bytes; the value's type is not checked. */
     DWORD QueryDword(const char* name, DWORD& value) const;
 
@@ -25,6 +28,7 @@ public:
      */
     DWORD QueryString(const char* name, char* buffer, DWORD& size) const;
 
+    DWORD Set(const char* name, DWORD type, const void* data, size_t size) const;
     DWORD SetDword(const char* name, DWORD value) const;
 
     /** Deletes a subkey that has none itself (RegDeleteKey). */

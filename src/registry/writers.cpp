@@ -34,9 +34,9 @@ void RecordKey(const MainKey& mainKey, const char* path, RegistryView view)
 /** @param made  Receives whether the key is this call's: what others have made is not recorded. */
 DWORD CreateKey(const MainKey& mainKey, const char* path, RegistryView view, Writer writer, bool& made)
 {
-    UniqueRegistryKey created;
     if (writer == Writer::kPlain)
-        return static_cast<DWORD>(RegCreateKeyA(mainKey.key, path, created.Put()));
+        return RegistryKey().Create(mainKey.key, path);
+    UniqueRegistryKey created;
     DWORD disposition = 0;
     const LSTATUS code = RegCreateKeyExA(mainKey.key, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
                                          AccessIn(view, KEY_READ), nullptr, created.Put(), &disposition);
@@ -77,48 +77,57 @@ DWORD WalkLevels(const MainKey& mainKey, const char* subkey, RegistryView view, 
     return ERROR_SUCCESS;
 }
 
-/** @return the number of levels of a subkey in which every level is a key of its own, else 0. */
-int CountPlainLevels(const char* subkey)
+/** Tells whether every level of a subkey is a key of its own, as the walk and the registry take it. */
+bool IsPlain(const char* subkey)
 {
-    int levels = 1;
     bool empty = true;
     for (; *subkey; subkey = NextChar(subkey)) {
         if (*subkey == '/' || (*subkey == '\\' && empty))
-            return 0;
+            return false;
         empty = *subkey == '\\';
-        levels += empty;
     }
-    return empty ? 0 : levels;
+    return !empty;
 }
 
-/** Tells whether the whole path opens, in one call: then every level is there, as the walk would find and say. */
-bool AllLevelsExist(const MainKey& mainKey, const char* subkey, RegistryView view)
+/** Opens a key that is there and may be written to. A log that tells of each level has the walk look at each. */
+bool OpensAtOnce(const MainKey& mainKey, const char* subkey, RegistryView view, RegistryKey& key)
 {
-    const int levels = CountPlainLevels(subkey);
-    RegistryKey key;
-    if (levels == 0 || key.Open(mainKey.key, subkey, AccessIn(view, KEY_READ)) != ERROR_SUCCESS)
-        return false;
-    for (int level = 0; level < levels; ++level)
-        TracePrint(kInfo, 3, "%s", "RegOpenKeyEx succeed - intermediate subkey already exists.\n");
-    return true;
+    return !IsTraced(kInfo, 3) && IsPlain(subkey) &&
+           key.Open(mainKey.key, subkey, AccessIn(view, KEY_WRITE)) == ERROR_SUCCESS;
 }
 
-DWORD EndCreation(FunctionScope& scope, const MainKey& mainKey, const char* subkey, RegistryView view, Writer writer)
+/** Makes sure that a key is there. @param key  Receives it where it could be opened for writing at once. */
+DWORD EnsureKey(const MainKey& mainKey, const char* subkey, RegistryView view, Writer writer, RegistryKey& key)
 {
-    if (AllLevelsExist(mainKey, subkey, view))
-        return scope.Ok();
-    const DWORD code = WalkLevels(mainKey, subkey, view, writer);
-    return code == ERROR_SUCCESS ? scope.Ok() : scope.Error("RegCreateKey failed.", code);
+    return OpensAtOnce(mainKey, subkey, view, key) ? ERROR_SUCCESS : WalkLevels(mainKey, subkey, view, writer);
+}
+
+constexpr char kNotCreated[] = "RegCreateKey failed.";
+
+/** @param key  Receives the key if it was there and may be written to; may stay closed all the same. */
+DWORD CreateRegKey(const MainKey& mainKey, const char* subkey, RegistryKey& key)
+{
+    FunctionScope scope("CreateRegKey", 2);
+    TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s].\n", reinterpret_cast<unsigned>(mainKey.key), mainKey.name,
+               subkey);
+    return scope.End({EnsureKey(mainKey, subkey, RegistryView::kOwn, Writer::kPlain, key), kNotCreated});
+}
+
+DWORD CreateRegKeyEx(const MainKey& mainKey, const char* subkey, BOOL virtualized, RegistryKey& key)
+{
+    FunctionScope scope("CreateRegKeyEx", 2);
+    TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s], virtualized=[%d].\n",
+               reinterpret_cast<unsigned>(mainKey.key), mainKey.name, subkey, virtualized);
+    return scope.End({EnsureKey(mainKey, subkey, ViewOf(virtualized), Writer::kEx, key), kNotCreated});
 }
 
 DWORD WriteBytes(const RegistryKey& key, const char* name, DWORD type, const void* data, size_t size,
                  const char* typeName)
 {
-    const LSTATUS code =
-        RegSetValueExA(key.Handle(), name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
+    const DWORD code = key.Set(name, type, data, size);
     if (code != ERROR_SUCCESS)
         TracePrint(kError, 3, "SetRegValue: RegSetValueEx(%s) failed.\n", typeName);
-    return static_cast<DWORD>(code);
+    return code;
 }
 
 DWORD WriteString(const RegistryKey& key, const char* name, DWORD type, const char* data)
@@ -161,49 +170,73 @@ DWORD WriteTyped(const RegistryKey& key, const char* name, const char* data, DWO
     }
 }
 
-DWORD SetValueIn(FunctionScope& scope, const MainKey& mainKey, const char* subkey, const char* valueName,
-                 const char* data, DWORD type, RegistryView view)
+/** A value to be set, as its setter is told of it. */
+struct NewValue {
+    const MainKey& mainKey;
+    const char* subkey;
+    const char* name;
+    const char* data;
+    DWORD type;
+    RegistryView view;
+};
+
+void Trace(const NewValue& value)
 {
     TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s], entry=[%s], value=[%s], type=[%d].\n",
-               reinterpret_cast<unsigned>(mainKey.key), mainKey.name, subkey, valueName, data, static_cast<int>(type));
-    RegistryKey key;
-    if (const DWORD code = key.Open(mainKey.key, subkey, AccessIn(view, KEY_WRITE))) {
+               reinterpret_cast<unsigned>(value.mainKey.key), value.mainKey.name, value.subkey, value.name, value.data,
+               static_cast<int>(value.type));
+}
+
+/** @param key  May be open already. */
+DWORD OpenToWrite(const NewValue& value, RegistryKey& key)
+{
+    if (key.Handle())
+        return ERROR_SUCCESS;
+    const DWORD code = key.Open(value.mainKey.key, value.subkey, AccessIn(value.view, KEY_WRITE));
+    if (code != ERROR_SUCCESS)
         TracePrint(kError, 3, "RegOpenKeyEx failed: [%d].\n", static_cast<int>(code));
-        return code; // without Error: whoever called reports it
-    }
-    const DWORD code = WriteTyped(key, valueName, data, type);
+    return code;
+}
+
+DWORD WriteAndRecord(const NewValue& value, RegistryKey& key)
+{
+    const DWORD code = WriteTyped(key, value.name, value.data, value.type);
     key.Close();
     if (code != ERROR_SUCCESS)
-        return scope.Error(code);
+        return code;
     RegistryText entry;
-    entry.Format("%s\\%s\\\\%s", mainKey.name, subkey, valueName);
-    RecordEntry(entry.Get(), view);
-    return scope.Ok();
+    entry.Format("%s\\%s\\\\%s", value.mainKey.name, value.subkey, value.name);
+    RecordEntry(entry.Get(), value.view);
+    return ERROR_SUCCESS;
+}
+
+DWORD SetRegValue(const char* name, const NewValue& value, RegistryKey& key)
+{
+    FunctionScope scope(name, 2);
+    Trace(value);
+    if (const DWORD code = OpenToWrite(value, key))
+        return code; // without Error: whoever called reports it
+    return scope.End(WriteAndRecord(value, key));
 }
 
 /** How SetRegistryValue and SetRegistryValueEx name their steps in the log, and which writers they use. */
 struct ValueSetter {
     const char* name;
     const char* keyStep;
+    const char* valueStep;
     Writer writer;
     BOOL virtualized;
 };
 
-DWORD CreateKeyWith(const ValueSetter& setter, const MainKey& mainKey, const char* subkey)
+constexpr ValueSetter kPlainSetter = {"SetRegistryValue", "CreateRegKey", "SetRegValue", Writer::kPlain, TRUE};
+
+DWORD CreateKeyWith(const ValueSetter& setter, const MainKey& mainKey, const char* subkey, RegistryKey& key)
 {
-    return setter.writer == Writer::kPlain ? CreateRegKey(mainKey, subkey)
-                                           : CreateRegKeyEx(mainKey, subkey, setter.virtualized);
+    return setter.writer == Writer::kPlain ? CreateRegKey(mainKey, subkey, key)
+                                           : CreateRegKeyEx(mainKey, subkey, setter.virtualized, key);
 }
 
-DWORD SetValueWith(const ValueSetter& setter, const MainKey& mainKey, const Locator& locator, DWORD type)
-{
-    return setter.writer == Writer::kPlain
-               ? SetRegValue(mainKey, locator.subkey.Get(), locator.valueName.Get(), locator.data, type)
-               : SetRegValueEx(mainKey, locator.subkey.Get(), locator.valueName.Get(), locator.data, type,
-                               setter.virtualized);
-}
-
-DWORD SetLocatedValue(FunctionScope& scope, const ValueSetter& setter, const char* text, DWORD type)
+DWORD SetLocatedValue(const ValueSetter& setter, const char* text, DWORD type)
 {
     Locator locator;
     if (SplitLocator(text, locator) != 0) {
@@ -219,53 +252,45 @@ DWORD SetLocatedValue(FunctionScope& scope, const ValueSetter& setter, const cha
         TracePrint(kError, 3, "%s: Unknown key ID, failed.\n", setter.name);
         return ERROR_INVALID_PARAMETER;
     }
-    if (const DWORD code = CreateKeyWith(setter, mainKey, locator.subkey.Get())) {
+    RegistryKey key;
+    if (const DWORD code = CreateKeyWith(setter, mainKey, locator.subkey.Get(), key)) {
         TracePrint(kError, 3, "%s: %s failed.\n", setter.name, setter.keyStep);
         return code;
     }
-    if (const DWORD code = SetValueWith(setter, mainKey, locator, type)) {
+    const NewValue value = {mainKey, locator.subkey.Get(),      locator.valueName.Get(), locator.data,
+                            type,    ViewOf(setter.virtualized)};
+    if (const DWORD code = SetRegValue(setter.valueStep, value, key)) {
         TracePrint(kError, 3, "%s: SetRegValue failed.\n", setter.name);
         return code;
     }
-    return scope.Ok();
+    return ERROR_SUCCESS;
+}
+
+/** A failure is reported by whoever called. */
+DWORD EndSetting(FunctionScope& scope, DWORD code)
+{
+    return code == ERROR_SUCCESS ? scope.Ok() : code;
 }
 
 } // namespace
 
 DWORD CreateRegKey(const MainKey& mainKey, const char* subkey)
 {
-    FunctionScope scope("CreateRegKey", 2);
-    TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s].\n", reinterpret_cast<unsigned>(mainKey.key), mainKey.name,
-               subkey);
-    return EndCreation(scope, mainKey, subkey, RegistryView::kOwn, Writer::kPlain);
-}
-
-DWORD CreateRegKeyEx(const MainKey& mainKey, const char* subkey, BOOL virtualized)
-{
-    FunctionScope scope("CreateRegKeyEx", 2);
-    TracePrint(kInfo, 3, "Main key=[%x], [%s], subkey=[%s], virtualized=[%d].\n",
-               reinterpret_cast<unsigned>(mainKey.key), mainKey.name, subkey, virtualized);
-    return EndCreation(scope, mainKey, subkey, ViewOf(virtualized), Writer::kEx);
+    RegistryKey key;
+    return CreateRegKey(mainKey, subkey, key);
 }
 
 DWORD SetRegValue(const MainKey& mainKey, const char* subkey, const char* valueName, const char* data, DWORD type)
 {
-    FunctionScope scope("SetRegValue", 2);
-    return SetValueIn(scope, mainKey, subkey, valueName, data, type, RegistryView::kOwn);
-}
-
-DWORD SetRegValueEx(const MainKey& mainKey, const char* subkey, const char* valueName, const char* data, DWORD type,
-                    BOOL virtualized)
-{
-    FunctionScope scope("SetRegValueEx", 2);
-    return SetValueIn(scope, mainKey, subkey, valueName, data, type, ViewOf(virtualized));
+    RegistryKey key;
+    return SetRegValue("SetRegValue", {mainKey, subkey, valueName, data, type, RegistryView::kOwn}, key);
 }
 
 DWORD SetRegistryValue(const char* locator, DWORD type, BOOL flush)
 {
     FunctionScope scope("SetRegistryValue", 2);
     TracePrint(kInfo, 3, "Locator=[%s], type=[%d], flush=[%d]\n", locator, static_cast<int>(type), flush);
-    return SetLocatedValue(scope, {"SetRegistryValue", "CreateRegKey", Writer::kPlain, TRUE}, locator, type);
+    return EndSetting(scope, SetLocatedValue(kPlainSetter, locator, type));
 }
 
 DWORD SetRegistryValueEx(const char* locator, DWORD type, BOOL flush, BOOL virtualized)
@@ -273,7 +298,8 @@ DWORD SetRegistryValueEx(const char* locator, DWORD type, BOOL flush, BOOL virtu
     FunctionScope scope("SetRegistryValueEx", 2);
     TracePrint(kInfo, 3, "Locator=[%s], type=[%d], flush=[%d], virtualized=[%d]\n", locator, static_cast<int>(type),
                flush, virtualized);
-    return SetLocatedValue(scope, {"SetRegistryValueEx", "CreateRegKeyEx", Writer::kEx, virtualized}, locator, type);
+    const ValueSetter setter = {"SetRegistryValueEx", "CreateRegKeyEx", "SetRegValueEx", Writer::kEx, virtualized};
+    return EndSetting(scope, SetLocatedValue(setter, locator, type));
 }
 
 } // namespace tarvo

@@ -18,7 +18,6 @@ struct MainKey {
  * @return 0, or the registry's code; levels created so far stay
  */
 DWORD CreateRegKey(const MainKey& mainKey, const char* subkey);
-DWORD CreateRegKeyEx(const MainKey& mainKey, const char* subkey, BOOL virtualized);
 
 /**
  * Sets a value of an existing key from text and records it.
@@ -27,8 +26,6 @@ DWORD CreateRegKeyEx(const MainKey& mainKey, const char* subkey, BOOL virtualize
  * @return 0; ERROR_INVALID_PARAMETER, another type; or the registry's code
  */
 DWORD SetRegValue(const MainKey& mainKey, const char* subkey, const char* valueName, const char* data, DWORD type);
-DWORD SetRegValueEx(const MainKey& mainKey, const char* subkey, const char* valueName, const char* data, DWORD type,
-                    BOOL virtualized);
 
 /** Creates the key and sets the value that a locator names. @return 0; 87, a malformed locator; or the registry's code
  */

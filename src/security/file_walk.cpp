@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/growing_bytes.h"
 #include "base/path.h"
 #include "files/path_utils.h"
 #include "frame/trace.h"
@@ -74,7 +75,7 @@ bool Identify(const char* path, DirectoryIdentity& identity)
     if (!directory || !GetFileInformationByHandle(directory.Get(), &information))
         return false;
     identity = {information.dwVolumeSerialNumber, information.nFileIndexHigh, information.nFileIndexLow};
-    return true;
+    return identity.indexHigh != 0 || identity.indexLow != 0; // a file system that keeps no such numbers tells 0
 }
 
 /** One object that the walk is in. */
@@ -123,7 +124,7 @@ private:
             if (const DWORD code = CallBack())
                 return code;
         }
-        if (IsPathDirectory(path_.Get()) && !LeadsBack())
+        if (IsPathDirectory(path_.Get()) && ShallEnter())
             OpenSearch(*level.Get());
         level.Get()->pathLength = path_.Length();
         level.Get()->parent = std::move(deepest_);
@@ -134,6 +135,7 @@ private:
     DWORD Leave()
     {
         path_.Cut(deepest_.Get()->pathLength);
+        deepest_.Get()->search.Reset(); // what is open cannot be removed
         const DWORD code = postOrder_ ? CallBack() : ERROR_SUCCESS;
         deepest_ = UniqueObject<Level>(deepest_.Get()->parent.Release());
         return code;
@@ -171,15 +173,33 @@ private:
         return FindNextFileA(level.search.Get(), &entry_);
     }
 
-    /** Tells whether the entry found last is a link to one of the directories that the walk is in. */
-    bool LeadsBack()
+    /** Each target is entered through one link alone: links among folders lead along countless paths. */
+    bool ShallEnter()
     {
         DirectoryIdentity target;
         if (!(entry_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) || !Identify(path_.Get(), target))
-            return false;
+            return true;
+        // Without memory better not entered than never left.
+        return !WasEntered(target) && !LeadsBack(target) &&
+               entered_.Append({reinterpret_cast<const char*>(&target), sizeof target});
+    }
+
+    bool WasEntered(const DirectoryIdentity& target) const
+    {
+        const auto* const entered = reinterpret_cast<const DirectoryIdentity*>(entered_.View().data());
+        for (size_t index = 0; index < entered_.Size() / sizeof target; ++index) {
+            if (entered[index] == target)
+                return true;
+        }
+        return false;
+    }
+
+    /** Tells whether a link leads to one of the directories that the walk is in. */
+    bool LeadsBack(const DirectoryIdentity& target) const
+    {
         HeapText path;
         if (!path.Copy(path_.Get()))
-            return true; // better not entered than never left
+            return true;
         for (const Level* level = deepest_.Get(); level; level = level->parent.Get()) {
             path[level->pathLength] = '\0';
             DirectoryIdentity above;
@@ -194,6 +214,7 @@ private:
     bool postOrder_;
     WalkPath path_;
     UniqueObject<Level> deepest_;
+    GrowingBytes entered_;        // identities of links' targets
     WIN32_FIND_DATAA entry_ = {}; // found last; no link yet
 };
 

@@ -1,12 +1,14 @@
 // ProcessAllRegKeys.
 
+#include "base/handle.h"
 #include "base/text.h"
 #include "frame/trace.h"
-#include "registry/registry_key.h"
 #include "security/tree_walkers.h"
 
 namespace tarvo {
 namespace {
+
+constexpr size_t kMaxBytesPerUnit = 4; // that a wide character has in any code page
 
 /** The names of a key's subkeys as they were at one moment. */
 class SubkeyNames {
@@ -18,8 +20,7 @@ public:
                                               nullptr, nullptr, nullptr, nullptr);
         if (code != ERROR_SUCCESS || count_ == 0)
             return static_cast<DWORD>(code);
-        // The system counts wide characters, each of which may take two bytes.
-        width_ = 2 * longest + 1;
+        width_ = kMaxBytesPerUnit * longest + 1; // the system counts wide characters
         if (count_ > static_cast<size_t>(INTPTR_MAX) / width_ || !names_.AllocateZeroed(count_ * width_))
             return ERROR_NOT_ENOUGH_MEMORY;
         for (DWORD index = 0; index < count_; ++index)
@@ -46,58 +47,65 @@ private:
     size_t width_ = 0; // bytes of each name
 };
 
-/** A main key and what each of its keys is called back with. */
-struct KeyWalk {
-    HKEY mainKey;
-    KeyCallback callback;
-    void* context;
-};
-
-/** Where the walk opens a key: by a name in the key above, whose path need not be looked up again, or by its path. */
-struct KeyPlace {
-    HKEY above;
-    const char* name;
-};
-
-DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const KeyPlace& place);
-
-// Calls itself for each level, of which the registry has 512 at most.
-DWORD VisitKey(const KeyWalk& walk, const char* subkey, const KeyPlace& place)
-{
-    TraceStream stream("ProcessAllRegKeys");
-    stream.Add(static_cast<const void*>(walk.mainKey)).Add(subkey).Add(reinterpret_cast<const void*>(walk.callback));
-    stream.Add(walk.context).Open();
-    if (!walk.mainKey || !walk.callback || IsEmpty(subkey))
-        return ERROR_INVALID_PARAMETER;
-    if (const DWORD code = walk.callback(walk.mainKey, subkey, walk.context))
-        return code;
-    return VisitSubkeys(walk, subkey, place);
-}
-
-DWORD VisitSubkeys(const KeyWalk& walk, const char* subkey, const KeyPlace& place)
-{
-    RegistryKey key;
-    if (const DWORD code = key.Open(place.above, place.name, KEY_READ))
-        return code;
-    SubkeyNames names;
-    if (const DWORD code = names.Read(key.Handle()))
-        return code;
-    HeapText stem;
-    if (names.Count() != 0 && !stem.Join(subkey, "\\"))
-        return ERROR_NOT_ENOUGH_MEMORY;
-    for (DWORD index = 0; index < names.Count(); ++index) {
-        HeapText child;
-        if (*names.At(index) && child.Join(stem.Get(), names.At(index)))
-            VisitKey(walk, child.Get(), {key.Handle(), names.At(index)});
+class KeyWalk {
+public:
+    KeyWalk(HKEY mainKey, KeyCallback callback, void* context)
+        : mainKey_(mainKey), callback_(callback), context_(context)
+    {
     }
-    return ERROR_SUCCESS;
-}
+
+    DWORD Run(const char* subkey) { return Visit(subkey, {mainKey_, subkey, 0}); }
+
+private:
+    /** Where a key is opened: by a name in the key above, whose path need not be looked up again, or by its path. */
+    struct Place {
+        HKEY above;
+        const char* name;
+        DWORD options;
+    };
+
+    // Calls itself for each level, of which the registry has 512 at most.
+    DWORD Visit(const char* subkey, const Place& place)
+    {
+        TraceStream stream("ProcessAllRegKeys");
+        stream.Add(static_cast<const void*>(mainKey_)).Add(subkey).Add(reinterpret_cast<const void*>(callback_));
+        stream.Add(context_).Open();
+        if (!mainKey_ || !callback_ || IsEmpty(subkey))
+            return ERROR_INVALID_PARAMETER;
+        if (const DWORD code = callback_(mainKey_, subkey, context_))
+            return code;
+        return VisitSubkeys(subkey, place);
+    }
+
+    DWORD VisitSubkeys(const char* subkey, const Place& place)
+    {
+        UniqueRegistryKey key;
+        if (const LSTATUS code = RegOpenKeyExA(place.above, place.name, place.options, KEY_READ, key.Put()))
+            return static_cast<DWORD>(code);
+        SubkeyNames names;
+        if (const DWORD code = names.Read(key.Get()))
+            return code;
+        HeapText stem;
+        if (names.Count() != 0 && !stem.Join(subkey, "\\"))
+            return ERROR_NOT_ENOUGH_MEMORY;
+        for (DWORD index = 0; index < names.Count(); ++index) {
+            HeapText child;
+            if (*names.At(index) && child.Join(stem.Get(), names.At(index)))
+                Visit(child.Get(), {key.Get(), names.At(index), REG_OPTION_OPEN_LINK});
+        }
+        return ERROR_SUCCESS;
+    }
+
+    HKEY mainKey_;
+    KeyCallback callback_;
+    void* context_;
+};
 
 } // namespace
 
 DWORD ProcessAllRegKeys(HKEY mainKey, const char* subkey, KeyCallback callback, void* context)
 {
-    return VisitKey({mainKey, callback, context}, subkey, {mainKey, subkey});
+    return KeyWalk(mainKey, callback, context).Run(subkey);
 }
 
 } // namespace tarvo

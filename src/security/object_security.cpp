@@ -4,6 +4,7 @@
 
 #include "base/multibyte.h"
 #include "frame/scope.h"
+#include "registry/locator.h"
 #include "security/tree_walkers.h"
 
 namespace tarvo {
@@ -60,6 +61,25 @@ DWORD RewriteDacl(SE_OBJECT_TYPE type, const char* name, const Grant& grant)
     return StoreDacl(type, name, dacl.Acl());
 }
 
+/** The name by which the platform takes a registry key. @return 0; ERROR_FILE_NOT_FOUND, no such main key;
+ * ERROR_FILENAME_EXCED_RANGE */
+DWORD FormatRegistryObjectName(HKEY mainKey, const char* subkey, RegistryText& name)
+{
+    for (const ObjectPrefixRow& row : kObjectPrefixes) {
+        if (reinterpret_cast<HKEY>(row.mainKey) == mainKey)
+            return name.Format("%s\\%s", row.prefix, subkey) ? ERROR_SUCCESS : ERROR_FILENAME_EXCED_RANGE;
+    }
+    return ERROR_FILE_NOT_FOUND;
+}
+
+DWORD SetObjectSecurity(SE_OBJECT_TYPE type, const char* name, const Grant& grant)
+{
+    FunctionScope scope("SetObjectSecurity", 2);
+    TracePrint(kInfo, 3, "[%d] [%s] [0x%X] [0x%X] [%d]\n", type, name, reinterpret_cast<unsigned>(grant.sid),
+               static_cast<unsigned>(grant.mask), grant.replace);
+    return scope.End(RewriteDacl(type, name, grant));
+}
+
 DWORD CALLBACK FileSecurityCallback(const char* path, void* grant)
 {
     return SetObjectSecurity(SE_FILE_OBJECT, path, *static_cast<const Grant*>(grant));
@@ -105,23 +125,6 @@ DWORD ApplyToKeys(const char* path, Grant grant, BOOL recursive)
 }
 
 } // namespace
-
-DWORD FormatRegistryObjectName(HKEY mainKey, const char* subkey, RegistryText& name)
-{
-    for (const ObjectPrefixRow& row : kObjectPrefixes) {
-        if (reinterpret_cast<HKEY>(row.mainKey) == mainKey)
-            return name.Format("%s\\%s", row.prefix, subkey) ? ERROR_SUCCESS : ERROR_FILENAME_EXCED_RANGE;
-    }
-    return ERROR_FILE_NOT_FOUND;
-}
-
-DWORD SetObjectSecurity(SE_OBJECT_TYPE type, const char* name, const Grant& grant)
-{
-    FunctionScope scope("SetObjectSecurity", 2);
-    TracePrint(kInfo, 3, "[%d] [%s] [0x%X] [0x%X] [%d]\n", type, name, reinterpret_cast<unsigned>(grant.sid),
-               static_cast<unsigned>(grant.mask), grant.replace);
-    return scope.End(RewriteDacl(type, name, grant));
-}
 
 DWORD ApplyObjectSecurity(DWORD type, const char* name, const Grant& grant, BOOL recursive)
 {

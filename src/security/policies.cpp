@@ -98,17 +98,19 @@ struct PolicyEntry {
 /** The selected policy; its entries are those whose principals could be resolved. */
 struct CurrentPolicy {
     DWORD number = TARVO_POLICY_NONE;
+    bool hasAccount = false; // an entry for the account that runs the setup
     size_t count = 0;
     PolicyEntry entries[kMostRows];
 };
 
-ProcessWide<CurrentPolicy> current;
+constinit ProcessWide<CurrentPolicy> current;
 
 void ClearSecurityPolicy()
 {
-    for (PolicyEntry& entry : current.object.entries)
+    for (PolicyEntry& entry : current->entries)
         entry.sid.Reset();
-    current.object.count = 0;
+    current->count = 0;
+    current->hasAccount = false;
 }
 
 void AddEntry(const PolicyRow& row)
@@ -116,7 +118,8 @@ void AddEntry(const PolicyRow& row)
     UniqueSid sid;
     if (row.makeSid(sid) != ERROR_SUCCESS || !sid)
         return;
-    PolicyEntry& entry = current.object.entries[current.object.count++];
+    current->hasAccount |= row.makeSid == GetCurrentSID;
+    PolicyEntry& entry = current->entries[current->count++];
     entry.sid = std::move(sid);
     entry.mask = row.mask;
     entry.thisObject = row.thisObject;
@@ -129,7 +132,7 @@ void BuildEntries(const Policy& policy)
     ReleaseAtUnload(ReleaseStage::kSecurityPolicies, ClearSecurityPolicy);
     for (const PolicyRow& row : policy.rows)
         AddEntry(row);
-    TracePrint(kInfo, 3, "Total number of successfully added entries: [%d].\n", static_cast<int>(current.object.count));
+    TracePrint(kInfo, 3, "Total number of successfully added entries: [%d].\n", static_cast<int>(current->count));
 }
 
 const Policy* FindPolicy(DWORD number)
@@ -149,9 +152,9 @@ DWORD SelectPolicy(DWORD number)
     TracePrint(kInfo, 2, "%s", policy->line);
     if (number == TARVO_POLICY_NONE)
         ClearSecurityPolicy();
-    else if (number != current.object.number)
+    else if (number != current->number)
         BuildEntries(*policy);
-    current.object.number = number;
+    current->number = number;
     return ERROR_SUCCESS;
 }
 
@@ -159,12 +162,14 @@ DWORD ApplyPolicy(SE_OBJECT_TYPE type, const char* name, BOOL recursive)
 {
     if (IsEmpty(name))
         return ERROR_INVALID_PARAMETER;
-    if (current.object.number == TARVO_POLICY_NONE) {
+    if (current->number == TARVO_POLICY_NONE) {
         TracePrint(kInfo, 1, "%s", "Security policy is empty, nothing to apply.\n");
         return ERROR_SUCCESS;
     }
-    for (size_t index = 0; index < current.object.count; ++index) {
-        const PolicyEntry& entry = current.object.entries[index];
+    if (!current->hasAccount) // which would be locked out
+        return ERROR_INVALID_PARAMETER;
+    for (size_t index = 0; index < current->count; ++index) {
+        const PolicyEntry& entry = current->entries[index];
         const Grant grant = {entry.sid.Get(), entry.mask, index == 0, entry.thisObject, entry.inherit};
         if (const DWORD code = ApplyObjectSecurity(type, name, grant, recursive))
             return code;
@@ -187,8 +192,8 @@ DWORD __cdecl TARVO_DefineSecurityPolicy(DWORD policy)
 DWORD __cdecl TARVO_GetSecurityPolicy(void)
 {
     FunctionScope scope("TARVO_GetSecurityPolicy", 0);
-    TracePrint(kInfo, 0, "Current policy is [%d].\n", static_cast<int>(current.object.number));
-    return current.object.number;
+    TracePrint(kInfo, 0, "Current policy is [%d].\n", static_cast<int>(current->number));
+    return current->number;
 }
 
 DWORD __cdecl TARVO_ApplyFileSecurityPolicy(const char* path, BOOL recursive)

@@ -26,12 +26,12 @@ struct CurrentAccount {
     PSID Sid() const { return reinterpret_cast<const TOKEN_USER*>(user.Get())->User.Sid; }
 };
 
-ProcessWide<CurrentAccount> current;
+constinit ProcessWide<CurrentAccount> current;
 
 void ReleaseCurrentSidCache()
 {
-    current.object.user.Reset();
-    current.object.token.Reset();
+    current->user.Reset();
+    current->token.Reset();
 }
 
 bool IsInRange(const char* name, DWORD rid, DWORD first, DWORD last)
@@ -40,6 +40,24 @@ bool IsInRange(const char* name, DWORD rid, DWORD first, DWORD last)
     const bool answer = rid >= first && rid <= last;
     TracePrint(kInfo, 3, "Answer: [%s]\n", answer ? "yes" : "no");
     return answer;
+}
+
+/** A principal right below NT AUTHORITY, S-1-5-rid. */
+bool IsNTAuthorityPrincipalRid(DWORD rid)
+{
+    return IsInRange("IsNTAuthorityPrincipalRid", rid, 1, 32);
+}
+
+/** A well-known account, group or alias of a domain or of this machine. */
+bool IsDomainRelativeRid(DWORD rid)
+{
+    return IsInRange("IsDomainRelativeRid", rid, 500, 999);
+}
+
+/** A built-in alias, S-1-5-32-rid. */
+bool IsDomainRelativeAliasRid(DWORD rid)
+{
+    return IsInRange("IsDomainRelativeAliasRid", rid, 544, 999);
 }
 
 DWORD CopyOfSid(PSID source, UniqueSid& sid)
@@ -141,14 +159,14 @@ DWORD LookUpAccount(const char* account, UniqueSid& sid)
 DWORD OpenToken()
 {
     ReleaseAtUnload(ReleaseStage::kCurrentSid, ReleaseCurrentSidCache);
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, current.object.token.Put()))
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, current->token.Put()))
         return FailedCall("OpenProcessToken() failed.\n");
     return ERROR_SUCCESS;
 }
 
 DWORD ReadTokenUser()
 {
-    const HANDLE token = current.object.token.Get();
+    const HANDLE token = current->token.Get();
     DWORD size = 0;
     GetTokenInformation(token, TokenUser, nullptr, 0, &size);
     HeapArray<BYTE> user;
@@ -156,25 +174,25 @@ DWORD ReadTokenUser()
         return ERROR_NOT_ENOUGH_MEMORY;
     if (!GetTokenInformation(token, TokenUser, user.Get(), size, &size))
         return FailedCall("GetTokenInformation failed.\n");
-    current.object.user = std::move(user);
+    current->user = std::move(user);
     return ERROR_SUCCESS;
 }
 
 DWORD CopyCurrent(UniqueSid& sid)
 {
-    if (!current.object.token) {
+    if (!current->token) {
         if (const DWORD code = OpenToken())
             return code;
     }
-    if (!current.object.user) {
+    if (!current->user) {
         if (const DWORD code = ReadTokenUser())
             return code;
     }
-    if (!IsValidSid(current.object.Sid())) {
+    if (!IsValidSid(current->Sid())) {
         TracePrint(kError, 3, "%s", "TOKEN_USER brings invalid SID.\n");
         return ERROR_SUCCESS;
     }
-    if (const DWORD code = CopyOfSid(current.object.Sid(), sid))
+    if (const DWORD code = CopyOfSid(current->Sid(), sid))
         return code;
     TracePrint(kInfo, 3, "%s", "SID is copied successfully.\n");
     return ERROR_SUCCESS;
@@ -191,21 +209,6 @@ DWORD BuildSid(const WellKnownSid& wellKnown, UniqueSid& sid)
         !built)
         return FailedCall("AllocateAndInitializeSid failed.\n");
     return CopyOfSid(built.Get(), sid);
-}
-
-bool IsNTAuthorityPrincipalRid(DWORD rid)
-{
-    return IsInRange("IsNTAuthorityPrincipalRid", rid, 1, 32);
-}
-
-bool IsDomainRelativeRid(DWORD rid)
-{
-    return IsInRange("IsDomainRelativeRid", rid, 500, 999);
-}
-
-bool IsDomainRelativeAliasRid(DWORD rid)
-{
-    return IsInRange("IsDomainRelativeAliasRid", rid, 544, 999);
 }
 
 DWORD LookupLocalGroupSidFromRid(DWORD rid, UniqueSid& sid)

@@ -27,15 +27,6 @@ inline constexpr WellKnownSid kLocalSystem = {SECURITY_NT_AUTHORITY, 1, {SECURIT
 
 DWORD BuildSid(const WellKnownSid& wellKnown, UniqueSid& sid);
 
-/** 1 to 32: a principal right below NT AUTHORITY, S-1-5-rid. */
-bool IsNTAuthorityPrincipalRid(DWORD rid);
-
-/** 500 to 999: a well-known account, group or alias of a domain or of this machine. */
-bool IsDomainRelativeRid(DWORD rid);
-
-/** 544 to 999: a built-in alias, S-1-5-32-rid. */
-bool IsDomainRelativeAliasRid(DWORD rid);
-
 /** Makes the SID of a principal that is the same everywhere. @return 0; ERROR_NOT_SUPPORTED, there is none for rid */
 DWORD LookupLocalGroupSidFromRid(DWORD rid, UniqueSid& sid);
 

@@ -11,15 +11,14 @@ DWORD GetStatus(ServiceCall& call, const char* machine, const char* name, DWORD*
     if (const DWORD code = call.Run(machine, name, GENERIC_READ,
                                     [&](Service& service) { return service.QueryStatus(interactive, state); }))
         return code;
-    TracePrint(kInfo, 0, "Detected status: interact=[%d], state=[%d]\n",
-               interactive ? static_cast<int>(*interactive) : -1, state ? static_cast<int>(*state) : -1);
+    TracePrint(kInfo, 0, "Detected status: interact=[%d], state=[%d]\n", ShownNumber(interactive), ShownNumber(state));
     return ERROR_SUCCESS;
 }
 
 DWORD OpenForWait(ServiceCall& call, const char* machine, const char* name)
 {
     const DWORD code = call.OpenService(machine, name, GENERIC_READ);
-    if (code != ERROR_SUCCESS) {
+    if (name && code != ERROR_SUCCESS) {
         TracePrint(kWarning, 1, "%s",
                    call.Manager().Handle() ? "Failed to open service.\n" : "Failed to open connection to SCM.\n");
     }
@@ -29,7 +28,7 @@ DWORD OpenForWait(ServiceCall& call, const char* machine, const char* name)
 /** Tries to open a service with an access; whatever keeps it from being opened counts as a lack of rights. */
 DWORD AskRights(ServiceCall& call, const char* machine, const char* name, DWORD access, DWORD* haveRights)
 {
-    if (!haveRights)
+    if (!name || !haveRights)
         return ERROR_INVALID_PARAMETER;
     *haveRights = 0;
     if (const DWORD code = call.OpenManager(machine))
@@ -45,10 +44,10 @@ DWORD AskInstallRights(ServiceCall& call, const char* machine, DWORD* haveRights
         *haveRights = 0;
     const DWORD code = call.Manager().Open(machine, nullptr, SC_MANAGER_CREATE_SERVICE);
     if (code != ERROR_SUCCESS && code != ERROR_ACCESS_DENIED)
-        return call.Judge(call.Manager(), code);
+        return code;
     if (haveRights)
         *haveRights = code == ERROR_SUCCESS;
-    TracePrint(kInfo, 0, "HaveRights=[%d]\n", haveRights ? static_cast<int>(*haveRights) : -1);
+    TracePrint(kInfo, 0, "HaveRights=[%d]\n", ShownNumber(haveRights));
     return ERROR_SUCCESS;
 }
 
@@ -97,9 +96,9 @@ DWORD __cdecl TARVO_WaitForServiceState(const char* machine, const char* service
                static_cast<unsigned>(state), static_cast<int>(timeout));
     if (const DWORD code = OpenForWait(call, machine, service))
         return call.End(code);
-    const DWORD code = call.Judge(call.OpenedService(), call.OpenedService().WaitForState(state, timeout, exitCode));
+    const DWORD code = call.OpenedService().WaitForState(state, timeout, exitCode);
     TracePrint(kInfo, 1, "WaitForState returned=[%d], Resultcode=[0x%X]\n", static_cast<int>(code),
-               exitCode ? static_cast<unsigned>(*exitCode) : ~0U);
+               static_cast<unsigned>(ShownNumber(exitCode)));
     if (code == ERROR_TIMEOUT) {
         TracePrint(kInfo, 1, "GAS timeout problem found! srv=[%s], timeout=[%d]\n", Shown(service),
                    static_cast<int>(timeout));

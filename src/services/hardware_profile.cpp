@@ -101,7 +101,7 @@ DWORD __cdecl TARVO_EnableServiceInHWProfile(const char* machine, const char* se
                                              const char* controlSet)
 {
     FunctionScope scope("TARVO_EnableServiceInHWProfile", 0);
-    TracePrint(kInfo, 1, "Called with: [%s] [%s] [%s] [%s]\n", Shown(machine, "<Local Machine>"), Shown(service),
+    TracePrint(kInfo, 1, "Called with: [%s] [%s] [%s] [%s]\n", ShownMachine(machine), Shown(service),
                Shown(hardwareProfile, "<Current HWProfile>"), Shown(controlSet, "<Current ControlSet>"));
     return scope.End(Enable(service));
 }

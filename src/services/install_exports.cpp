@@ -51,8 +51,7 @@ DWORD Create(ServiceCall& call, const Installation& installation, ServiceSetting
     if (!path.Set(settings.binaryPath, settings.serviceType))
         return ERROR_NOT_ENOUGH_MEMORY;
     settings.binaryPath = path.Get();
-    const DWORD code = call.Judge(call.Manager(),
-                                  call.Manager().CreateService(installation.name, settings, installation.dependencies));
+    const DWORD code = call.Manager().CreateService(installation.name, settings, installation.dependencies);
     if (code != ERROR_SUCCESS)
         TracePrint(kError, 1, "Installing service failed, error code: [%d]\n", static_cast<int>(code));
     return code;
@@ -60,6 +59,8 @@ DWORD Create(ServiceCall& call, const Installation& installation, ServiceSetting
 
 DWORD InstallNew(ServiceCall& call, const Installation& installation, const ServiceSettings& settings)
 {
+    if (!settings.binaryPath)
+        return ERROR_INVALID_PARAMETER;
     if (const DWORD code = Create(call, installation, settings))
         return code;
     call.Manager().Close();
@@ -80,10 +81,12 @@ DWORD ChangeExisting(const Installation& installation, const ServiceSettings& se
 
 DWORD Install(ServiceCall& call, const Installation& installation, const ServiceSettings& settings)
 {
+    if (!installation.name)
+        return ERROR_INVALID_PARAMETER;
     if (const DWORD code = call.OpenManager(installation.machine))
         return code;
     DWORD exists = 0;
-    if (const DWORD code = call.Judge(call.Manager(), call.Manager().ServiceExists(installation.name, &exists)))
+    if (const DWORD code = call.Manager().ServiceExists(installation.name, &exists))
         return code;
     if (const DWORD code = exists ? ChangeExisting(installation, settings) : InstallNew(call, installation, settings))
         return code;
@@ -97,7 +100,7 @@ DWORD ChangeQuoted(ServiceCall& call, ServiceSettings settings)
     if (!path.Set(settings.binaryPath, settings.serviceType))
         return ERROR_NOT_ENOUGH_MEMORY;
     settings.binaryPath = path.Get();
-    return call.Judge(call.OpenedService(), call.OpenedService().ChangeConfig(settings));
+    return call.OpenedService().ChangeConfig(settings);
 }
 
 DWORD Change(ServiceCall& call, const char* machine, const char* name, const ServiceSettings& settings)
@@ -111,12 +114,6 @@ DWORD Change(ServiceCall& call, const char* machine, const char* name, const Ser
         return code;
     Record(name);
     return ERROR_SUCCESS;
-}
-
-/** How an answer of the configuration shows in a trace line. */
-int ShownNumber(const DWORD* answer)
-{
-    return answer ? static_cast<int>(*answer) : -1;
 }
 
 const char* ShownAnswer(const char* answer)
@@ -137,11 +134,11 @@ DWORD GetConfig(ServiceCall& call, const char* machine, const char* name, const 
 
 DWORD AskInstalled(ServiceCall& call, const char* machine, const char* name, DWORD* installed)
 {
-    if (!installed)
+    if (!name || !installed)
         return ERROR_INVALID_PARAMETER;
     if (const DWORD code = call.OpenManager(machine))
         return code;
-    if (const DWORD code = call.Judge(call.Manager(), call.Manager().ServiceExists(name, installed))) {
+    if (const DWORD code = call.Manager().ServiceExists(name, installed)) {
         TracePrint(kWarning, 1, "%s", "Querying service failed.\n");
         return code;
     }
@@ -163,8 +160,13 @@ DWORD __cdecl TARVO_InstallService(const char* machine, const char* service, con
                Shown(displayName), static_cast<int>(serviceType), static_cast<int>(startType));
     TracePrint(kInfo, 0, "Called with: binpath=[%s], account=[%s] [%s], change=[%d]\n", Shown(binaryPath),
                Shown(account), password ? "password" : "null", changeExisting);
-    return call.End(Install(call, {machine, service, dependencies, changeExisting},
-                            {displayName, serviceType, startType, binaryPath, account, password}));
+    const ServiceSettings settings = {.displayName = displayName,
+                                      .serviceType = serviceType,
+                                      .startType = startType,
+                                      .binaryPath = binaryPath,
+                                      .account = account,
+                                      .password = password};
+    return call.End(Install(call, {machine, service, dependencies, changeExisting}, settings));
 }
 
 DWORD __cdecl TARVO_ChangeServiceConfig(const char* machine, const char* service, DWORD startType, DWORD serviceType,
@@ -176,8 +178,13 @@ DWORD __cdecl TARVO_ChangeServiceConfig(const char* machine, const char* service
                static_cast<int>(startType), static_cast<int>(serviceType));
     TracePrint(kInfo, 1, "Called with: binpath=[%s], account=[%s], passw=[%s], displayname=[%s]\n", Shown(binaryPath),
                Shown(account), password ? "******" : "null", Shown(displayName));
-    return call.End(
-        Change(call, machine, service, {displayName, serviceType, startType, binaryPath, account, password}));
+    const ServiceSettings settings = {.displayName = displayName,
+                                      .serviceType = serviceType,
+                                      .startType = startType,
+                                      .binaryPath = binaryPath,
+                                      .account = account,
+                                      .password = password};
+    return call.End(Change(call, machine, service, settings));
 }
 
 DWORD __cdecl TARVO_ChangeServiceConfig2(const char* machine, const char* service, DWORD level, DWORD information)
@@ -198,7 +205,12 @@ DWORD __cdecl TARVO_GetServiceConfig(const char* machine, const char* service, D
 {
     ServiceCall call("TARVO_GetServiceConfig");
     TracePrint(kInfo, 1, "Called with [%s] [%s]\n", ShownMachine(machine), Shown(service));
-    return call.End(GetConfig(call, machine, service, {startType, interactive, binaryPath, account, displayName}));
+    return call.End(GetConfig(call, machine, service,
+                              {.startType = startType,
+                               .interactive = interactive,
+                               .binaryPath = binaryPath,
+                               .account = account,
+                               .displayName = displayName}));
 }
 
 DWORD __cdecl TARVO_IsServiceInstalled(const char* machine, const char* service, DWORD* installed)

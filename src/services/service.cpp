@@ -23,8 +23,9 @@ void StoreText(char* answer, size_t size, const char* text)
         CopyCut(answer, size, Shown(text, ""));
 }
 
-/** Reads a configuration into a block of its size, once more where it grows meanwhile. @return false, GetLastError
- * tells
+/**
+ * Reads a configuration into a block of the size it has; again if it has grown meanwhile.
+ * @return false if it cannot be read; GetLastError tells why
  */
 bool ReadConfig(SC_HANDLE service, UniqueLocal<QUERY_SERVICE_CONFIGA>& config)
 {
@@ -110,7 +111,8 @@ DWORD Service::Delete()
     Reset();
     if (!service_)
         return ERROR_INVALID_HANDLE;
-    Stop();
+    if (IsActive())
+        Stop();
     return DeleteService(service_.Get()) ? ERROR_SUCCESS : SetError(GetLastError());
 }
 

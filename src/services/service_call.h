@@ -9,15 +9,9 @@
 
 namespace tarvo {
 
-inline const char* ShownMachine(const char* machine)
-{
-    return Shown(machine, "<Local Machine>");
-}
-
 /**
  * One call of a service export: its scope and what it opens, which is closed
- * when the call ends. The call remembers whether a code it hands out came from
- * the manager or the service, so that End can report that object's own text.
+ * when the call ends.
  */
 class ServiceCall {
 public:
@@ -27,7 +21,7 @@ public:
     /** Opens the manager with all access. @param machine  NULL is the local machine. */
     DWORD OpenManager(const char* machine);
 
-    /** Opens the manager and a service. */
+    /** Opens the manager and a service. @return 0; ERROR_INVALID_PARAMETER, no name; or the code of opening */
     DWORD OpenService(const char* machine, const char* name, DWORD access);
 
     /** Opens a service and runs an operation on it, which takes a Service& and returns its code. */
@@ -35,13 +29,13 @@ public:
     {
         if (const DWORD code = OpenService(machine, name, access))
             return code;
-        return Judge(service_, operation(service_));
+        return operation(service_);
     }
 
-    /** Remembers the object of a result that is a failure. @return the result */
-    DWORD Judge(const GetLastErrorHandler& object, DWORD code);
-
-    /** Ends the scope: Ok for 0; for a failure the text of the object it came from, or the system's for the code. */
+    /**
+     * Ends the scope: Ok for 0; for the code that the service or the manager has recorded that object's text; else the
+     * system's for the code.
+     */
     DWORD End(DWORD code);
 
     ServiceControlManager& Manager() { return manager_; }
@@ -51,7 +45,6 @@ private:
     FunctionScope scope_;
     ServiceControlManager manager_;
     Service service_;
-    const GetLastErrorHandler* failed_ = nullptr;
 };
 
 } // namespace tarvo

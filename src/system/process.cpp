@@ -10,9 +10,8 @@
 namespace tarvo {
 namespace {
 
-DWORD Execute(FunctionScope& scope, const char* commandLine, const char* program, const char* arguments)
+DWORD EndStart(FunctionScope& scope, const ShellResult& result, const char* commandLine)
 {
-    const ShellResult result = ShellStart(nullptr, program, *arguments ? arguments : nullptr);
     if (result.Succeeded())
         return scope.Ok();
     BoundedText<1024> text;
@@ -63,13 +62,14 @@ DWORD __cdecl TARVO_ShellExecute(const char* commandLine)
     if (!commandLine)
         return scope.Error(ERROR_INVALID_PARAMETER);
     if (*commandLine != '"')
-        return Execute(scope, commandLine, commandLine, "");
+        return EndStart(scope, ShellStart(nullptr, commandLine, nullptr), commandLine);
     const CommandLine parts = SplitCommandLine(commandLine);
     PathText program;
     if (!program.Set(parts.program))
         return scope.Error(ERROR_FILENAME_EXCED_RANGE);
     TracePrint(kInfo, 1, "Program executable: [%s], arguments: [%s].\n", program.Get(), parts.arguments);
-    return Execute(scope, commandLine, program.Get(), parts.arguments);
+    const char* const arguments = *parts.arguments ? parts.arguments : nullptr;
+    return EndStart(scope, ShellStart(nullptr, program.Get(), arguments), commandLine);
 }
 
 BOOL __cdecl TARVO_DllFunctionExist(const char* library, const char* function)

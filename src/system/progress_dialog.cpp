@@ -1,5 +1,7 @@
 // The please-wait window: at most one at a time.
 
+#include <utility>
+
 #include "frame/library_entry.h"
 #include "frame/scope.h"
 #include "system/dialog_ids.h"
@@ -12,11 +14,11 @@ constinit HWND progressDialog = nullptr;
 
 void CloseProgressDialog()
 {
-    if (!progressDialog)
+    const HWND dialog = std::exchange(progressDialog, nullptr);
+    if (!dialog)
         return;
-    ShowWindow(progressDialog, SW_HIDE);
-    DestroyWindow(progressDialog);
-    progressDialog = nullptr;
+    ShowWindow(dialog, SW_HIDE);
+    DestroyWindow(dialog);
 }
 
 INT_PTR CALLBACK ProgressDialogProcedure(HWND dialog, UINT message, WPARAM, LPARAM)
@@ -39,7 +41,12 @@ const char* SetTexts(const char* caption, const char* message)
     const HWND control = GetDlgItem(progressDialog, IDC_PROGRESS_MESSAGE);
     if (!control)
         return "Unable to receive dialog's control";
-    return SetWindowTextA(control, message) ? nullptr : "Unable to set dialog's message";
+    if (!SetWindowTextA(control, message))
+        return "Unable to set dialog's message";
+    // Nobody may come to dispatch messages while the setup works.
+    UpdateWindow(progressDialog);
+    UpdateWindow(control);
+    return nullptr;
 }
 
 } // namespace

@@ -9,23 +9,6 @@
 namespace tarvo {
 namespace {
 
-/** COM for the time of one link; each call for itself, whatever the thread has done before. */
-class ComSession {
-public:
-    ComSession() : result_(CoInitialize(nullptr)) {}
-    ~ComSession()
-    {
-        // A thread that is in another mode was not entered, and must not be left.
-        if (SUCCEEDED(result_))
-            CoUninitialize();
-    }
-    ComSession(const ComSession&) = delete;
-    ComSession& operator=(const ComSession&) = delete;
-
-private:
-    HRESULT result_;
-};
-
 HRESULT SetProperties(IShellLinkA& object, const ShortcutProperties& link)
 {
     // The interface has no meaning for NULL.

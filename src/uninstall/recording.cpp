@@ -20,11 +20,11 @@ struct Recording {
     LogFile file;
 };
 
-ProcessWide<Recording> state;
+constinit ProcessWide<Recording> state;
 
 void ReleaseRecording()
 {
-    state.object.file.Forget();
+    state->file.Forget();
 }
 
 /** @return why a line would not come back as it is written, or NULL. Values may begin with anything. */
@@ -51,7 +51,7 @@ const char* WhyLost(const LogEntry& entry)
 
 void WriteLine(const LogEntry& entry)
 {
-    if (state.object.path.Empty()) {
+    if (state->path.Empty()) {
         TracePrint(kWarning, 1, "%s", "TARVO_AddRollbackEntry: No rollback log file.\n");
         return;
     }
@@ -60,7 +60,7 @@ void WriteLine(const LogEntry& entry)
         return;
     }
     ReleaseAtUnload(ReleaseStage::kUninstallLog, ReleaseRecording);
-    if (const DWORD code = state.object.file.Put(state.object.path, entry)) {
+    if (const DWORD code = state->file.Put(state->path, entry)) {
         TracePrint(kWarning, 1, "TARVO_AddRollbackEntry: WritePrivateProfileString() failed with error code [%d]\n",
                    static_cast<int>(code));
     }
@@ -86,7 +86,7 @@ void WriteItem(const char* section, const char* item)
 void WarnWithoutFolder()
 {
     PathText folder;
-    if (folder.Set(FolderPart(SplitPath(state.object.path.Get()))) &&
+    if (folder.Set(FolderPart(SplitPath(state->path.Get()))) &&
         GetFileAttributesA(folder.Get()) == INVALID_FILE_ATTRIBUTES) {
         TracePrint(kWarning, 0, "Nothing can be recorded: no folder [%s] (error code [%d])\n", folder.Get(),
                    static_cast<int>(GetLastError()));
@@ -102,8 +102,8 @@ DWORD StartRecording(const char* file)
         if (const DWORD code = TARVO_ResetFileReadOnlyAttribute(file, 0))
             return code;
     }
-    KeepLogName(file, state.object.path);
-    state.object.file.Forget(); // what it holds may be another log's
+    KeepLogName(file, state->path);
+    state->file.Forget(); // what it holds may be another log's
     if (!exists)
         WarnWithoutFolder();
     return ERROR_SUCCESS;
@@ -153,13 +153,13 @@ DWORD __cdecl TARVO_StartUninstallLogging(const char* file, const char* plugIn)
 DWORD __cdecl TARVO_StopUninstallLogging(void)
 {
     FunctionScope scope("TARVO_StopUninstallLogging", 0);
-    if (state.object.path.Empty())
+    if (state->path.Empty())
         return scope.Error("Uninstall logging is not started", TARVO_ERROR_NO_LOG);
     // The log of a finished setup outlives a power cut.
-    if (const DWORD code = LogFile::Flush(state.object.path))
+    if (const DWORD code = LogFile::Flush(state->path))
         TracePrint(kWarning, 1, "Flushing the uninstall log failed with error code [%d]\n", static_cast<int>(code));
-    state.object.path.Clear();
-    state.object.file.Forget();
+    state->path.Clear();
+    state->file.Forget();
     return scope.Ok();
 }
 
@@ -167,11 +167,11 @@ DWORD __cdecl TARVO_AddRollbackEntry(const char* section, const char* entry, con
 {
     FunctionScope scope("TARVO_AddRollbackEntry", 0);
     if (single) {
-        TracePrint(kInfo, 1, "Single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n", state.object.path.Get(),
+        TracePrint(kInfo, 1, "Single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n", state->path.Get(),
                    Shown(section), Shown(entry), Shown(value));
     } else {
-        TracePrint(kInfo, 1, "Not single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n",
-                   state.object.path.Get(), Shown(section), Shown(value), "1");
+        TracePrint(kInfo, 1, "Not single entry: file=[%s] section=[%s] entry=[%s] value=[%s]\n", state->path.Get(),
+                   Shown(section), Shown(value), "1");
     }
     // The INI writer takes NULL as the order to drop a line, or the whole section.
     if (!section || !value || (single && !entry))

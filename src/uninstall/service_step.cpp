@@ -56,7 +56,7 @@ void RemoveRecorded(const char* name)
     TracePrint(kInfo, 3, "Deleting service [%s] results in [%d]\n", name, static_cast<int>(code));
 }
 
-/** A line without a value is a name as a whole; one whose value is no number but zero is passed over. */
+/** A line without a value is the name of a service to remove; one with a value only if that is not zero. */
 bool IsForRemoval(const EntryLine& line)
 {
     return !line.HasValue() || strtol(line.Value(), nullptr, 10) != 0;

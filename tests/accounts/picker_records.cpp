@@ -20,8 +20,8 @@ public:
     UserBrowser()
     {
         playing = this;
-        load_.Answer([this](const char* name) {
-            return load_.Original()(strcmp(name, "netui2.dll") == 0 ? "version.dll" : name);
+        load_.Answer([this](const char* name, auto... rest) {
+            return load_.Original()(strstr(name, "\\netui2.dll") ? "version.dll" : name, rest...);
         });
         find_.Answer([this](HMODULE module, const char* name) {
             const std::pair<const char*, void*> functions[] = {
@@ -56,7 +56,7 @@ private:
     static BOOL WINAPI Close(HANDLE) { return TRUE; }
 
     static inline UserBrowser* playing;
-    kit::ImportHook<decltype(&LoadLibraryA)> load_{"LoadLibraryA", &LoadLibraryA};
+    kit::ImportHook<decltype(&LoadLibraryExA)> load_{"LoadLibraryExA", &LoadLibraryExA};
     kit::ImportHook<decltype(&GetProcAddress)> find_{"GetProcAddress", &GetProcAddress};
 };
 

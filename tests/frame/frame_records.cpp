@@ -167,6 +167,16 @@ TEST_F(FrameRecords, ClassicStart)
                        std::to_string(places.Lines().size() - before) + " lines, reads " + std::to_string(reads));
         }
     });
+    Case("a configuration that names a log gets a title's line into it", {.failures = false, .ownLog = true},
+         [](Stage& stage) {
+             LogPlaces places(stage, "tfr = 2\ntf = no folder\\no file\n");
+             TARVO_StartDebugLogging2();
+             const std::string log = Stage::Folder("new.log");
+             LogPlaces::WriteConfig("tf = " + log + "\n");
+             places.tick += 2000;
+             TARVO_GetLastErrorMessage(nullptr, 0);
+             stage.TellFile(log);
+         });
 }
 
 TEST_F(FrameRecords, RunTimeStart)
@@ -204,7 +214,7 @@ TEST_F(FrameRecords, RunTimeStart)
             stage.TellFolder();
         });
     }
-    Case("a path without room leaves the log as it is", {.failures = false, .ownLog = true}, [](Stage& stage) {
+    Case("a path without room leaves no log open", {.failures = false, .ownLog = true}, [](Stage& stage) {
         const LogPlaces places(stage);
         TARVO_StartDebugLoggingRunTime(Stage::Folder("log").c_str(), 0);
         for (const size_t length : {259, 260, 300, 5000, 1000000}) {

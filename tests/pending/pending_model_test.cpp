@@ -291,12 +291,15 @@ const std::string kJapaneseNames =
     "|\x83\x5C|\x83\x5C\\|a\x95\x5C\\..\\b|\xE0\x5C\\\\\xFA\x5C|\x83\x61|\x83\x41|\x82\x60|"
     "\x82\x81|\x95\x5C\x95\x5C..|\x88\x9F\\.\\\xFA\x5C\\x|\x81\x81\\..";
 
+const std::string kUtf8Names = "|\xC3\x89|\xC3\xA9|\xC3\xAA|\xE6\x97\xA5|\xE6\x97\xA5\\..\\\xC3\xA9|\xF0\x9F\x98\x80";
+
 std::vector<std::string> Names()
 {
-    if (GetACP() == CP_UTF8)
-        return Parts(kNames);
-    std::vector<std::string> names = Parts(kNames + (GetACP() == 932 ? kJapaneseNames : kWesternNames));
-    if (GetACP() == 932)
+    const UINT page = GetACP();
+    std::vector<std::string> names = Parts(kNames + (page == CP_UTF8 ? kUtf8Names
+                                                     : page == 932   ? kJapaneseNames
+                                                                     : kWesternNames));
+    if (page == 932)
         names.emplace_back("\x83\x7C");
     return names;
 }
@@ -320,9 +323,9 @@ std::wstring SomeStored(kit::Dice& dice)
     static const std::vector<std::wstring> prefixes =
         Parts<wchar_t>(L"\\??\\C:\\|\\??\\C:\\|!\\??\\C:\\|!\\??\\C:\\|\\??\\UNC\\s\\|\\??\\unc\\s\\|\\??\\unc\\s\\|"
                        L"!\\??\\UNC\\s\\|*1\\??\\C:\\|\\??\\|||");
-    static const std::vector<std::wstring> names = Parts<wchar_t>(
-        L"a|A|b|ab|b\\|x\\..\\a|\x65E5|\x65E5|\x65E5|\x65E5|?|\x0100|\xD83D|\xDE00\xD83D|\xE9|\x20AC\x81|\x0E01||" +
-        std::wstring(GetACP() == CP_UTF8 ? L"" : L"\x672C\\.\\x\\"));
+    static const std::vector<std::wstring> names =
+        Parts<wchar_t>(L"a|A|b|ab|b\\|x\\..\\a|\x65E5|\x65E5|\x65E5|\x65E5|?|\x0100|\xD83D|\xDE00\xD83D|\xE9|"
+                       L"\x20AC\x81|\x0E01||\x672C\\.\\x\\");
     if (dice.OneIn(15))
         return L"C:\\d"; // as short as what counts for nothing
     return dice.Of(prefixes) + dice.Of(names);

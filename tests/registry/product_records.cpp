@@ -131,26 +131,25 @@ TEST_F(ProductRecords, DelayLoading)
         }
         stage.Tell("product key", kit::KeyExists(kProductKey) ? "there" : "none");
     });
-    Case("what is no list is refused and stays", callsAlone, [](Stage& stage) {
-        const kit::RegistryValue foreign[] = {{REG_SZ, "c:\\a\0"s},       {REG_BINARY, "c:\\a\0\0"s},
-                                              {REG_MULTI_SZ, "c:\\a\0"s}, {REG_MULTI_SZ, "c:\\a"s},
-                                              {REG_MULTI_SZ, ""s},        {REG_MULTI_SZ, "c:\\a\0\0more\0\0"s}};
+    Case("what is no list is refused and stays, one without its end is taken", callsAlone, [](Stage& stage) {
+        const std::pair<DWORD, std::wstring> values[] = {
+            {REG_SZ, L"c:\\a\0"s},     {REG_BINARY, L"c:\\a\0\0"s}, {REG_MULTI_SZ, L"c:\\a\0"s},
+            {REG_MULTI_SZ, L"c:\\a"s}, {REG_MULTI_SZ, L""s},        {REG_MULTI_SZ, L"c:\\a\0\0b\0\0"s}};
         kit::WriteValue(kListsKey, kValue, TextList({kLower}));
-        kit::ImportHook query("RegQueryValueExA", &RegQueryValueExA); // the system would close them with zeros
-        for (const kit::RegistryValue& value : foreign) {
-            query.Answer([&](HKEY, const char*, DWORD*, DWORD* type, BYTE* data, DWORD* size) {
-                if (type)
-                    *type = value.type;
+        kit::ImportHook query("RegQueryValueExW", &RegQueryValueExW); // the system would close them with zeros
+        for (const auto& [type, units] : values) {
+            query.Answer([&](HKEY, auto, auto, DWORD* givenType, BYTE* data, DWORD* size) {
+                *size = static_cast<DWORD>(units.size() * sizeof(wchar_t));
+                if (givenType)
+                    *givenType = type;
                 if (data)
-                    memcpy(data, value.bytes.data(), value.bytes.size());
-                *size = static_cast<DWORD>(value.bytes.size());
+                    memcpy(data, units.data(), *size);
                 return LSTATUS{ERROR_SUCCESS};
             });
             stage.Check(&TARVO_RegisterDelayLoadLibrary, kPath);
+            TellList(stage);
             stage.Check(&TARVO_UnRegisterDelayLoadLibrary, kPath);
         }
-        stage.Call(&TARVO_RegisterDelayLoadLibrary, kPath);
-        stage.Call(&TARVO_UnRegisterDelayLoadLibrary, kPath);
     });
 }
 

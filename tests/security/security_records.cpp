@@ -300,8 +300,9 @@ TEST_F(Walk, LinksBackAreCalledBackForButNotEntered)
 {
     const std::pair<std::string, std::string> links[] = {{Scratch().Path("a\\b\\loop"), Scratch().Path("a\\b")},
                                                          {Scratch().Path("a\\b\\up"), Scratch().Path()},
-                                                         {Scratch().Path("a\\side"), Scratch().Path("a\\b")}};
-    for (const char* name : {"a", "a\\b", "a\\b\\loop", "a\\b\\up", "a\\side"})
+                                                         {Scratch().Path("a\\side"), Scratch().Path("a\\b")},
+                                                         {Scratch().Path("a\\twin"), Scratch().Path("a\\b")}};
+    for (const char* name : {"a", "a\\b", "a\\b\\loop", "a\\b\\up", "a\\side", "a\\twin"})
         ASSERT_TRUE(CreateDirectoryA(Scratch().Path(name).c_str(), nullptr));
     Scratch().Make("a\\b\\file");
     const ShownFileSystem system(
@@ -315,28 +316,61 @@ TEST_F(Walk, LinksBackAreCalledBackForButNotEntered)
             return path;
         },
         [](WIN32_FIND_DATAA& data) {
-            if (std::set<std::string>{"loop", "up", "side"}.contains(data.cFileName))
+            if (std::set<std::string>{"loop", "up", "side", "twin"}.contains(data.cFileName))
                 data.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
         });
     EXPECT_EQ(Names({"", "\\a", "\\a\\b", "\\a\\b\\file", "\\a\\b\\loop", "\\a\\b\\up", "\\a\\side", "\\a\\side\\file",
-                     "\\a\\side\\loop", "\\a\\side\\up"}),
+                     "\\a\\side\\loop", "\\a\\side\\up", "\\a\\twin"}),
               Reached(Scratch().Path()))
-        << "a link beside the walk is entered";
+        << "a link beside the walk is entered, one of two";
+    // A file system that keeps no numbers of files tells 0 for each: links are entered then.
+    RemoveDirectoryA(links[0].first.c_str());
+    RemoveDirectoryA(links[1].first.c_str());
+    kit::ImportHook identify("GetFileInformationByHandle", &GetFileInformationByHandle);
+    identify.Answer([](HANDLE, BY_HANDLE_FILE_INFORMATION* file) { return *file = {}, TRUE; });
+    EXPECT_EQ(
+        Names({"", "\\a", "\\a\\b", "\\a\\b\\file", "\\a\\side", "\\a\\side\\file", "\\a\\twin", "\\a\\twin\\file"}),
+        Reached(Scratch().Path()));
+}
+
+/** @return the keys that a walk reaches, without the path of the first. */
+Names ReachedKeys(const std::string& path, const std::function<void(const std::string&)>& meanwhile)
+{
+    Names names;
+    kit::ImportHook get("GetNamedSecurityInfoA", &GetNamedSecurityInfoA);
+    get.Answer([&](const char* name, auto... rest) {
+        meanwhile(names.emplace_back(std::string(name).substr(sizeof "MACHINE" + path.size())));
+        return get.Original()(name, rest...);
+    });
+    EXPECT_EQ(0U, TARVO_SetRegistrySecurityRid(("HKEY_LOCAL_MACHINE\\" + path).c_str(), 544, nullptr, KEY_ALL_ACCESS,
+                                               TRUE, TRUE));
+    return names;
+}
+
+TEST_F(Walk, LinksAmongKeysAreNotEntered)
+{
+    kit::MakeKey(Key().Path("A"));
+    const std::string path = "\\Registry\\Machine\\Software\\Wow6432Node" + Key().Path().substr(8);
+    const std::wstring target(path.begin(), path.end());
+    HKEY link = nullptr;
+    RegCreateKeyExA(HKEY_LOCAL_MACHINE, Key().Path("A\\up").c_str(), 0, nullptr,
+                    REG_OPTION_CREATE_LINK | REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &link, nullptr);
+    EXPECT_EQ(0, RegSetValueExW(link, L"SymbolicLinkValue", 0, REG_LINK, reinterpret_cast<const BYTE*>(target.data()),
+                                static_cast<DWORD>(target.size() * sizeof(wchar_t))));
+    EXPECT_EQ(Names({"", "\\A", "\\A\\up"}), ReachedKeys(Key().Path(), [](auto) {}));
+    const FARPROC remove = GetProcAddress(GetModuleHandleA("ntdll"), "NtDeleteKey"); // the link, not its target
+    EXPECT_EQ(0, reinterpret_cast<LONG(WINAPI*)(HKEY)>(reinterpret_cast<void*>(remove))(link));
+    RegCloseKey(link);
 }
 
 TEST_F(Walk, VanishingKeysArePassedOver)
 {
     for (const char* name : {"A", "B", "C"})
         kit::MakeKey(Key().Path(name));
-    Names names;
-    kit::ImportHook get("GetNamedSecurityInfoA", &GetNamedSecurityInfoA);
-    get.Answer([&](const char* name, auto... rest) {
-        names.push_back(std::string(name).substr(sizeof "MACHINE" + Key().Path().size()));
-        if (names.back() == "\\A")
+    const Names names = ReachedKeys(Key().Path(), [this](const std::string& name) {
+        if (name == "\\A")
             kit::RemoveKeyTree(Key().Path("B"), kit::View::kOwn);
-        return get.Original()(name, rest...);
     });
-    EXPECT_EQ(0U, TARVO_SetRegistrySecurityRid(Key().Locator().c_str(), 544, nullptr, KEY_ALL_ACCESS, TRUE, TRUE));
     EXPECT_EQ(Names({"", "\\A", "\\B", "\\C"}), names);
     EXPECT_FALSE(kit::KeyExists(Key().Path("B")));
 }
