@@ -23,40 +23,46 @@ std::map<std::string, void (*)(const std::string&)>& Roles()
 /** Its thread looks for how long the present test has been running. */
 class Watchdog : public testing::EmptyTestEventListener {
 public:
-    /** Returns once its thread runs: Wine stumbles where a process ends with a thread that is just beginning. */
     Watchdog()
+        : over_(CreateEventA(nullptr, TRUE, FALSE, nullptr)),
+          thread_(CreateThread(nullptr, 0, &Watch, this, 0, nullptr))
     {
-        const HANDLE runs = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-        CloseHandle(CreateThread(nullptr, 0, &Watch, runs, 0, nullptr));
-        WaitForSingleObject(runs, INFINITE);
-        CloseHandle(runs);
     }
 
 private:
     void OnTestStart(const testing::TestInfo& test) override
     {
-        seconds = 0; // first: the thread may look in between
-        present = &test;
+        seconds_ = 0; // first: the thread may look in between
+        present_ = &test;
     }
 
-    void OnTestEnd(const testing::TestInfo&) override { present = nullptr; }
+    void OnTestEnd(const testing::TestInfo&) override { present_ = nullptr; }
 
-    static DWORD WINAPI Watch(void* runs)
+    /** The thread goes first: Wine stumbles now and then where a process ends that has a young one left. */
+    void OnTestProgramEnd(const testing::UnitTest&) override
     {
-        SetEvent(runs);
-        for (;; Sleep(1000)) {
-            const testing::TestInfo* const test = present;
-            if (!test || ++seconds < kSecondsATest)
+        SetEvent(over_);
+        WaitForSingleObject(thread_, INFINITE);
+    }
+
+    static DWORD WINAPI Watch(void* self)
+    {
+        auto& dog = *static_cast<Watchdog*>(self);
+        while (WaitForSingleObject(dog.over_, 1000) == WAIT_TIMEOUT) {
+            const testing::TestInfo* const test = dog.present_;
+            if (!test || ++dog.seconds_ < kSecondsATest)
                 continue;
             fprintf(stderr, "%s.%s hangs; the run ends here.\n", test->test_suite_name(), test->name());
             fflush(stderr);
             TerminateProcess(GetCurrentProcess(), 2);
         }
+        return 0;
     }
 
-    // Not the object's: the thread may look once more when the list and its listeners are gone.
-    static inline std::atomic<const testing::TestInfo*> present = nullptr;
-    static inline std::atomic<DWORD> seconds = 0;
+    std::atomic<const testing::TestInfo*> present_ = nullptr;
+    std::atomic<DWORD> seconds_ = 0;
+    HANDLE over_;
+    HANDLE thread_; // after what it uses
 };
 
 } // namespace
