@@ -62,13 +62,6 @@ void RereadConfigIfDue()
         ReadTraceConfig();
 }
 
-bool LineWanted(DWORD severity, int detail)
-{
-    const TraceOptions& options = state.object.options;
-    return state.object.output.IsOpen() && options.enabled && state.object.outputAllowed &&
-           (severity & options.severityMask) != 0 && detail <= options.detailThreshold;
-}
-
 const char* SeverityColumn(DWORD severity)
 {
     switch (severity) {
@@ -171,15 +164,22 @@ void WriteLine(DWORD severity, const char* format, va_list arguments)
 {
     const LastErrorKeeper keeper;
     RereadConfigIfDue(); // may switch the log: before the gate
-    if (LineWanted(severity, detail))
+    if (IsLineWanted(severity, detail))
         WriteLine(severity, format, arguments);
 }
 
 } // namespace
 
+bool IsLineWanted(DWORD severity, int detail)
+{
+    const TraceOptions& options = state.object.options;
+    return state.object.output.IsOpen() && options.enabled && state.object.outputAllowed &&
+           (severity & options.severityMask) != 0 && detail <= options.detailThreshold;
+}
+
 void TracePrint(DWORD severity, int detail, const char* format, ...)
 {
-    if (!RereadsConfig() && !LineWanted(severity, detail))
+    if (!RereadsConfig() && !IsLineWanted(severity, detail))
         return;
     va_list arguments;
     va_start(arguments, format);

@@ -25,6 +25,9 @@ constexpr DWORD kAllSeverities = 0xFFFFFFFF;
 /** Tells whether a log is open: whether it is worth preparing what a line shows. */
 bool IsTracing();
 
+/** Tells whether the log gets such a line: whether work is to be done that only shows there. */
+bool IsLineWanted(DWORD severity, int detail);
+
 /** Brackets lines with "{ title" and "} title" and indents them by 3. The title must outlive the block. */
 class TraceBlock {
 public:

@@ -17,8 +17,11 @@ public:
 
     void Clear();
 
-    /** Adds the next slot; slots come in rising order. */
-    void Add(int slot, uint32_t hash);
+    /** Adds the next slot. */
+    void Add(uint32_t hash);
+
+    /** @return how many slots the chains hold: those from the first on. */
+    int Slots() const { return slots_; }
 
     int First(uint32_t hash) const { return chains_[Bucket(hash)].first - 1; }
     int Last(uint32_t hash) const { return chains_[Bucket(hash)].last - 1; }
@@ -40,6 +43,7 @@ private:
     Chain chains_[kBuckets] = {};
     int16_t next_[kMaxSlots] = {};
     int16_t previous_[kMaxSlots] = {};
+    int slots_ = 0;
 };
 
 } // namespace tarvo

@@ -41,37 +41,38 @@ DWORD LoadOnNeed()
     return List().InfoReceived() ? ERROR_SUCCESS : List().ReceiveInfo();
 }
 
-DWORD LoadToAdd()
+DWORD Update(PendingChange& change)
 {
-    return List().InfoReceived() ? ERROR_SUCCESS : List().ReceiveInfoToAdd();
+    FunctionScope scope("TARVO_UpdatePFOsInfo", 0);
+    return scope.End(List().UpdateInfo(change));
 }
 
-DWORD FlushIfImmediate()
+DWORD FlushIfImmediate(PendingChange& change)
 {
-    return immediateFlush ? TARVO_UpdatePFOsInfo() : ERROR_SUCCESS;
+    return immediateFlush ? Update(change) : ERROR_SUCCESS;
 }
 
 DWORD Schedule(const char* source, const char* target)
 {
+    PendingChange change;
     if (IsEmpty(source))
         return ERROR_INVALID_PARAMETER;
-    if (const DWORD code = immediateFlush ? LoadToAdd() : LoadOnNeed())
+    if (const DWORD code = List().LoadToChange(change))
         return code;
-    if (const DWORD code = List().AddEntry(source, target ? target : "", kPlain)) {
-        List().DropBelief();
+    if (const DWORD code = List().AddEntry(source, target ? target : "", kPlain))
         return code;
-    }
-    return FlushIfImmediate();
+    return FlushIfImmediate(change);
 }
 
 DWORD Remove(const char* source, const char* destination)
 {
-    if (const DWORD code = LoadOnNeed())
+    PendingChange change;
+    if (const DWORD code = List().LoadToChange(change))
         return code;
     const bool deletionsOnly = destination && EqualNoCase(destination, "NUL");
     const bool removed = List().RemoveEntries(source, deletionsOnly ? "" : destination, kPlain);
     TracePrint(kInfo, 1, "%s", removed ? "Entry(ies) was successfully deleted.\n" : "Entry does not exist.\n");
-    return FlushIfImmediate();
+    return FlushIfImmediate(change);
 }
 
 /** @param role  What the path is in the entries looked for, as the log names it. */
@@ -129,8 +130,8 @@ DWORD __cdecl TARVO_ReceivePFOsInfo(void)
 
 DWORD __cdecl TARVO_UpdatePFOsInfo(void)
 {
-    FunctionScope scope("TARVO_UpdatePFOsInfo", 0);
-    return scope.End(List().UpdateInfo());
+    PendingChange change;
+    return Update(change);
 }
 
 DWORD __cdecl TARVO_RenameAfterReboot(const char* source, const char* target)
