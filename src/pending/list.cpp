@@ -100,7 +100,7 @@ DWORD PendingFileInfo::dwFindEntry(const char* source, const char* target, DWORD
     return kNoEntry;
 }
 
-bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWORD form, Witness witness)
+bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWORD form, Witness* witness)
 {
     FunctionScope scope("PendingFileInfo::RemoveEntries", 1);
     TraceArguments(2, source, target, form);
@@ -118,7 +118,7 @@ bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWOR
         entries_[slot].SetRemoved(true);
         anyRemoved_ = removed = true;
         if (witness)
-            witness(*this, entries_[slot]);
+            witness->Tell(*this, entries_[slot]);
     }
     if (removed)
         NoteChange();

@@ -51,11 +51,16 @@ public:
     /** @return the newest entry that matches and is not removed, or kNoEntry; kNoEntry too if both texts are NULL. */
     DWORD dwFindEntry(const char* source, const char* target, DWORD form);
 
-    /** Told of each entry that is taken off. */
-    using Witness = void (*)(PendingFileInfo& list, const PendingFileEntry& entry);
+    /** Is told of each entry that is taken off. */
+    struct Witness {
+        virtual void Tell(PendingFileInfo& list, const PendingFileEntry& entry) = 0;
+
+    protected:
+        ~Witness() = default;
+    };
 
     /** Marks every matching entry removed; with both texts NULL, all. @return whether there was one */
-    bool RemoveEntries(const char* source, const char* target, DWORD form, Witness witness = nullptr);
+    bool RemoveEntries(const char* source, const char* target, DWORD form, Witness* witness = nullptr);
 
     /** Forgets that the list was received. Its entries stay in their slots, and count again once it is. */
     void ReleaseInfo();

@@ -61,10 +61,10 @@ DWORD PendingFileInfoNT::UnFormatEntry(const PendingFileEntry& entry, char* sour
 DWORD PendingFileInfoNT::ReceiveInfo()
 {
     PendingChange change;
-    return Receive(change);
+    return ReceiveInfo(change);
 }
 
-DWORD PendingFileInfoNT::Receive(PendingChange& change)
+DWORD PendingFileInfoNT::ReceiveInfo(PendingChange& change)
 {
     FunctionScope scope("PendingFileInfoNT::ReceiveInfo", 2);
     if (InfoReceived()) {
@@ -90,7 +90,7 @@ DWORD PendingFileInfoNT::Receive(PendingChange& change)
 DWORD PendingFileInfoNT::LoadToChange(PendingChange& change)
 {
     if (!InfoReceived())
-        return Receive(change);
+        return ReceiveInfo(change);
     if (!UpToDate())
         return ERROR_SUCCESS;
     if (const DWORD code = change.OpenKey())
@@ -98,7 +98,7 @@ DWORD PendingFileInfoNT::LoadToChange(PendingChange& change)
     if (const DWORD code = next_.Read(change.key.Get(), valueName_))
         return code;
     change.current = next_.SameAs(value_);
-    return change.current ? ERROR_SUCCESS : Receive(change);
+    return change.current ? ERROR_SUCCESS : ReceiveInfo(change);
 }
 
 DWORD PendingFileInfoNT::Load(HKEY key)

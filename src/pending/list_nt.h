@@ -35,11 +35,11 @@ public:
      */
     DWORD LoadToChange(PendingChange& change);
 
-    /** UpdateInfo, at the end of a change. */
+    /** ReceiveInfo at the beginning of a change, and UpdateInfo at its end. */
+    DWORD ReceiveInfo(PendingChange& change);
     DWORD UpdateInfo(PendingChange& change);
 
 private:
-    DWORD Receive(PendingChange& change);
     DWORD Load(HKEY key);
     DWORD AddPairs();
     DWORD AddPair(PairReader::Text source, PairReader::Text target, TextNarrower (&texts)[2]);

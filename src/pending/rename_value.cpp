@@ -57,11 +57,6 @@ size_t MarkerLength(PairReader::Text text)
 
 } // namespace
 
-bool HasRenameValue(HKEY key, const wchar_t* name)
-{
-    return RegQueryValueExW(key, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-}
-
 DWORD RenameValue::QueryData(HKEY key, const wchar_t* name, DWORD& bytes, bool& grew)
 {
     DWORD type = REG_NONE;

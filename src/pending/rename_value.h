@@ -64,9 +64,6 @@ private:
     DWORD state_ = ERROR_SUCCESS; // how the question for the size was answered
 };
 
-/** Whether there is such a value. */
-bool HasRenameValue(HKEY key, const wchar_t* name);
-
 /** Walks the pairs of the value's data: never beyond its end, whatever stands there. */
 class PairReader {
 public:

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/path.h"
+#include "files/file_identity.h"
 #include "files/path_utils.h"
 #include "frame/trace.h"
 #include "security/tree_walkers.h"
@@ -57,25 +58,6 @@ private:
     size_t length_ = 0;
     size_t room_ = 0; // bytes
 };
-
-/** What tells a directory from all others, by whatever path it is reached. */
-struct DirectoryIdentity {
-    DWORD volume;
-    DWORD indexHigh;
-    DWORD indexLow;
-    friend bool operator==(const DirectoryIdentity&, const DirectoryIdentity&) = default;
-};
-
-bool Identify(const char* path, DirectoryIdentity& identity)
-{
-    const UniqueFile directory(CreateFileA(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION information = {};
-    if (!directory || !GetFileInformationByHandle(directory.Get(), &information))
-        return false;
-    identity = {information.dwVolumeSerialNumber, information.nFileIndexHigh, information.nFileIndexLow};
-    return true;
-}
 
 /** One object that the walk is in. */
 struct Level {
@@ -174,7 +156,7 @@ private:
     /** Tells whether the entry found last is a link to one of the directories that the walk is in. */
     bool LeadsBack()
     {
-        DirectoryIdentity target;
+        FileIdentity target;
         if (!(entry_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) || !Identify(path_.Get(), target))
             return false;
         HeapText path;
@@ -182,7 +164,7 @@ private:
             return true; // better not entered than never left
         for (const Level* level = deepest_.Get(); level; level = level->parent.Get()) {
             path[level->pathLength] = '\0';
-            DirectoryIdentity above;
+            FileIdentity above;
             if (Identify(path.Get(), above) && above == target)
                 return true;
         }
