@@ -68,6 +68,6 @@ DWORD __cdecl TARVO_DeleteFileEx(const char* path, DWORD* needRestart)
 DWORD __cdecl TARVO_DeleteAfterReboot(const char* path)
 {
     FunctionScope scope("TARVO_DeleteAfterReboot", 0);
-    const DWORD code = CheckPath(path);
+    const DWORD code = path ? CheckPath(path) : ERROR_SUCCESS;
     return scope.End(code ? code : TARVO_RenameAfterReboot(path, nullptr));
 }

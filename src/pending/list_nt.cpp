@@ -23,11 +23,11 @@ DWORD FormatTraced(const char* plain, const StoredForm& form, int detail, HeapTe
 
 } // namespace
 
-DWORD PendingChange::OpenKey()
+DWORD SessionManagerKey::Open()
 {
-    if (key)
+    if (key_)
         return ERROR_SUCCESS;
-    return static_cast<DWORD>(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_ALL_ACCESS, key.Put()));
+    return static_cast<DWORD>(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_ALL_ACCESS, key_.Put()));
 }
 
 DWORD PendingFileInfoNT::FormatEntry(PendingFileEntry& entry, const char* source, const char* target)
@@ -60,7 +60,8 @@ DWORD PendingFileInfoNT::UnFormatEntry(const PendingFileEntry& entry, char* sour
 
 DWORD PendingFileInfoNT::ReceiveInfo()
 {
-    PendingChange change;
+    SessionManagerKey key;
+    PendingChange change = {key};
     return ReceiveInfo(change);
 }
 
@@ -73,7 +74,7 @@ DWORD PendingFileInfoNT::ReceiveInfo(PendingChange& change)
             return scope.Error(code);
         ReleaseInfo();
     }
-    if (const DWORD code = change.OpenKey()) {
+    if (const DWORD code = change.key.Open()) {
         TracePrint(kError, 3, "RegOpenKeyEx failed to open [%s], error code: [%d].\n", kSessionManagerKey,
                    static_cast<int>(code));
         return code; // without Error: whoever called reports it
@@ -93,7 +94,7 @@ DWORD PendingFileInfoNT::LoadToChange(PendingChange& change)
         return ReceiveInfo(change);
     if (!UpToDate())
         return ERROR_SUCCESS;
-    if (const DWORD code = change.OpenKey())
+    if (const DWORD code = change.key.Open())
         return code;
     if (const DWORD code = next_.Read(change.key.Get(), valueName_))
         return code;
@@ -146,7 +147,8 @@ DWORD PendingFileInfoNT::AddPair(PairReader::Text source, PairReader::Text targe
 
 DWORD PendingFileInfoNT::UpdateInfo()
 {
-    PendingChange change;
+    SessionManagerKey key;
+    PendingChange change = {key};
     return UpdateInfo(change);
 }
 
@@ -161,7 +163,7 @@ DWORD PendingFileInfoNT::UpdateInfo(PendingChange& change)
         TracePrint(kInfo, 3, "%s", "Info is up to date - nothing to do.\n");
         return scope.Ok();
     }
-    if (const DWORD code = change.OpenKey()) {
+    if (const DWORD code = change.key.Open()) {
         TracePrint(kError, 3, "RegOpenKeyEx failed to open [%s], error code: [%d]\n", kSessionManagerKey,
                    static_cast<int>(code));
         return scope.Error(code);

@@ -6,16 +6,21 @@
 
 namespace tarvo {
 
-/**
- * What a change of the list holds on to from reading the value to writing it: the Session Manager's key, opened by the
- * first who needs it, and whether the list is known to hold what the value holds now.
- */
-struct PendingChange {
-    UniqueRegistryKey key;
-    bool current = false;
-
+/** The Session Manager's key, held open for one call by the first who needs it. */
+class SessionManagerKey {
+public:
     /** @return 0, also if it is open; or the registry's code */
-    DWORD OpenKey();
+    DWORD Open();
+    HKEY Get() const { return key_.Get(); }
+
+private:
+    UniqueRegistryKey key_;
+};
+
+/** What a change of a list holds on to from reading the value to writing it. */
+struct PendingChange {
+    SessionManagerKey& key;
+    bool current = false; // the list is known to hold what the value holds now
 };
 
 /** The pending list bound to a value of the Session Manager, PendingFileRenameOperations. */

@@ -47,18 +47,19 @@ PendingFileInfoNT& List()
 
 /** A change of both lists. */
 struct ListChange {
-    PendingChange first;
-    PendingChange second;
+    SessionManagerKey key;
+    PendingChange first = {key};
+    PendingChange second = {key};
 };
 
 /** Makes the second list on need. @return 0; the registry's code; or ERROR_NOT_ENOUGH_MEMORY */
-DWORD LookForSecond(PendingChange& change)
+DWORD LookForSecond(SessionManagerKey& key)
 {
     if (global.second)
         return ERROR_SUCCESS;
-    if (const DWORD code = change.OpenKey())
+    if (const DWORD code = key.Open())
         return code;
-    const LSTATUS code = RegQueryValueExW(change.key.Get(), kSecondRenameValue, nullptr, nullptr, nullptr, nullptr);
+    const LSTATUS code = RegQueryValueExW(key.Get(), kSecondRenameValue, nullptr, nullptr, nullptr, nullptr);
     if (code != ERROR_SUCCESS)
         return code == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : static_cast<DWORD>(code);
     global.second = new (std::nothrow) PendingFileInfoNT(kSecondRenameValue);
@@ -70,7 +71,7 @@ DWORD LoadBoth(DWORD (PendingFileInfoNT::*load)(PendingChange&), ListChange& cha
 {
     if (const DWORD code = (List().*load)(change.first))
         return code;
-    if (const DWORD code = LookForSecond(change.second))
+    if (const DWORD code = LookForSecond(change.key))
         return code;
     return global.second ? (global.second->*load)(change.second) : ERROR_SUCCESS;
 }
