@@ -4,10 +4,14 @@
 
 #include "base/multibyte.h"
 #include "base/path.h"
+#include "files/file_identity.h"
 #include "files/path_utils.h"
 
 namespace tarvo {
 namespace {
+
+constexpr char kNative[] = "System32";
+constexpr char kRedirected[] = "SysWOW64"; // as long
 
 bool HasDrive(const char* path)
 {
@@ -71,17 +75,20 @@ bool StaysNative(const char* below)
     return false;
 }
 
-/** The folder exists for 32-bit processes of a 64-bit Windows alone, while their redirection is on. */
-bool IsRedirected(std::string_view windows)
+/** Tells whether this process sees another folder in the system folder's place: on a 64-bit Windows, unless told not
+ * to.
+ */
+bool IsRedirected(const char* system, std::string_view windows)
 {
-    PathText native;
-    return JoinPath(native, windows, "Sysnative") && GetFileAttributesA(native.Get()) != INVALID_FILE_ATTRIBUTES;
+    PathText other;
+    FileIdentity identities[2];
+    return JoinPath(other, windows, kRedirected) && Identify(system, identities[0]) &&
+           Identify(other.Get(), identities[1]) && identities[0] == identities[1];
 }
 
 /** Names the folder that a path below System32 means in this process. @return whether it is another one. */
 bool NameSystemFolder(char* path)
 {
-    constexpr char kNative[] = "System32";
     constexpr char kAlias[] = "Sysnative";
     PathText system;
     const UINT length = GetSystemDirectoryA(system.Buffer(), PathText::kSize);
@@ -91,11 +98,11 @@ bool NameSystemFolder(char* path)
     char* const below = path + windows.size();
     const bool native = LiesIn(below, kNative) && !StaysNative(below + strlen(kNative));
     const bool alias = LiesIn(below, kAlias);
-    if ((!native && !alias) || !IsRedirected(windows))
+    if ((!native && !alias) || !IsRedirected(system.Get(), windows))
         return false;
     if (alias)
         DropFront(below, strlen(kAlias) - strlen(kNative));
-    memcpy(below, alias ? kNative : "SysWOW64", strlen(kNative));
+    memcpy(below, alias ? kNative : kRedirected, strlen(kNative));
     return true;
 }
 
