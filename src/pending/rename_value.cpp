@@ -1,10 +1,15 @@
 #include "pending/rename_value.h"
 
+#include <winternl.h>
+
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
 
 #include "frame/trace.h"
+
+extern "C" NTSTATUS NTAPI NtQueryValueKey(HANDLE key, const UNICODE_STRING* name, int informationClass,
+                                          void* information, ULONG size, ULONG* needed);
 
 namespace tarvo {
 namespace {
@@ -61,21 +66,33 @@ DWORD RenameValue::QueryData(HKEY key, const wchar_t* name, DWORD& bytes, bool& 
 {
     DWORD type = REG_NONE;
     const auto code =
-        static_cast<DWORD>(RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(data_.Get()), &bytes));
+        static_cast<DWORD>(RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(Chars()), &bytes));
     grew = code == ERROR_MORE_DATA;
     if (code != ERROR_SUCCESS)
         return code;
     return IsTextType(type) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
-/** Reads into the room that an earlier reading or writing has left, if the value is there and fits. */
+/**
+ * Reads into the room that an earlier reading or writing has left, if the value is there and fits: by the call that
+ * MoveFileEx uses itself, for RegQueryValueEx would read into a block of its own first and then copy.
+ */
 bool RenameValue::ReadIntoRoom(HKEY key, const wchar_t* name)
 {
-    auto bytes = static_cast<DWORD>(room_ * sizeof(wchar_t));
-    bool grew = false;
-    if (bytes == 0 || QueryData(key, name, bytes, grew) != ERROR_SUCCESS)
+    if (room_ == 0)
         return false;
-    length_ = bytes / sizeof(wchar_t);
+    constexpr int kPartialInformation = 2;
+    const auto nameBytes = static_cast<USHORT>(wcslen(name) * sizeof(wchar_t));
+    const UNICODE_STRING value = {nameBytes, nameBytes, const_cast<wchar_t*>(name)};
+    const auto bytes = static_cast<ULONG>((kHeaderChars + room_) * sizeof(wchar_t));
+    ULONG read = 0;
+    if (NtQueryValueKey(key, &value, kPartialInformation, block_.Get(), bytes, &read) != 0)
+        return false;
+    Header header;
+    memcpy(&header, block_.Get(), sizeof header);
+    if (!IsTextType(header.type))
+        return false;
+    length_ = header.bytes / sizeof(wchar_t);
     return length_ != 0;
 }
 
@@ -112,7 +129,7 @@ DWORD RenameValue::Read(HKEY key, const wchar_t* name)
 
 bool RenameValue::SameAs(const RenameValue& other) const
 {
-    return state_ == other.state_ && length_ == other.length_ && SameChars(data_.Get(), other.data_.Get(), length_);
+    return state_ == other.state_ && length_ == other.length_ && SameChars(Chars(), other.Chars(), length_);
 }
 
 void RenameValue::Swap(RenameValue& other)
@@ -129,7 +146,7 @@ DWORD RenameValue::Reserve(size_t room)
     if (room <= room_)
         return ERROR_SUCCESS;
     room_ = 0;
-    if (!data_.Allocate(room)) {
+    if (!block_.Allocate(kHeaderChars + room)) {
         TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
         return ERROR_NOT_ENOUGH_MEMORY;
     }
@@ -145,7 +162,7 @@ DWORD RenameValue::Start(const RenameValue* front, size_t chars)
     if (const DWORD code = Reserve(needed <= room_ ? needed : needed + needed / 2))
         return code;
     if (before)
-        memcpy(data_.Get(), front->data_.Get(), before * sizeof(wchar_t));
+        memcpy(Chars(), front->Chars(), before * sizeof(wchar_t));
     length_ = before;
     return ERROR_SUCCESS;
 }
@@ -241,7 +258,7 @@ void RenameValue::Add(const PendingFileEntry& entry)
 
 void RenameValue::AddText(const char* text, const wchar_t* exact)
 {
-    wchar_t* at = data_.Get() + length_;
+    wchar_t* at = Chars() + length_;
     if (exact) {
         const size_t size = wcslen(exact) + 1;
         wmemcpy(at, exact, size);
@@ -261,9 +278,9 @@ void RenameValue::AddText(const char* text, const wchar_t* exact)
 
 DWORD RenameValue::Store(HKEY key, const wchar_t* name)
 {
-    data_[length_++] = L'\0';
+    Chars()[length_++] = L'\0';
     state_ = ERROR_SUCCESS;
-    const LSTATUS code = RegSetValueExW(key, name, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(data_.Get()),
+    const LSTATUS code = RegSetValueExW(key, name, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(Chars()),
                                         static_cast<DWORD>(length_ * sizeof(wchar_t)));
     if (code != ERROR_SUCCESS)
         TracePrint(kError, 3, "RegSetValueEx failed, error code: [%d].\n", static_cast<int>(code));

@@ -34,8 +34,8 @@ public:
     bool SameAs(const RenameValue& other) const;
     void Swap(RenameValue& other);
 
-    const wchar_t* Begin() const { return data_.Get(); }
-    const wchar_t* End() const { return data_.Get() + length_; }
+    const wchar_t* Begin() const { return Chars(); }
+    const wchar_t* End() const { return Chars() + length_; }
 
     /**
      * Starts a value anew.
@@ -53,12 +53,21 @@ public:
     DWORD Store(HKEY key, const wchar_t* name);
 
 private:
+    /** What the native call puts in front of the data. */
+    struct Header {
+        ULONG titleIndex;
+        ULONG type;
+        ULONG bytes;
+    };
+    static constexpr size_t kHeaderChars = sizeof(Header) / sizeof(wchar_t);
+
+    wchar_t* Chars() const { return block_ ? block_.Get() + kHeaderChars : nullptr; }
     bool ReadIntoRoom(HKEY key, const wchar_t* name);
     DWORD QueryData(HKEY key, const wchar_t* name, DWORD& bytes, bool& grew);
     DWORD Reserve(size_t room);
     void AddText(const char* text, const wchar_t* exact);
 
-    HeapArray<wchar_t> data_;
+    HeapArray<wchar_t> block_;    // the header, then the characters
     size_t room_ = 0;             // in characters
     size_t length_ = 0;           // in characters
     DWORD state_ = ERROR_SUCCESS; // how the question for the size was answered

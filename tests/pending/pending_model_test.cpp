@@ -53,6 +53,8 @@ public:
             const bool refused = counts && reading != kAnswered && (data || reading != kDataRefused);
             return refused ? kReadCode : query_.Original()(key, name, unused, type, data, size);
         });
+        native_.Answer(
+            [this](auto... all) -> LONG { return reading != kAnswered ? kRefused : native_.Original()(all...); });
         set_.Answer([this](auto... all) { return refusesWriting_ ? LSTATUS{kWriteCode} : set_.Original()(all...); });
     }
 
@@ -103,6 +105,7 @@ public:
     enum Reading { kAnswered, kSizeUnknown, kSizeRefused, kDataRefused } reading = kAnswered;
 
 private:
+    static constexpr LONG kRefused = -1; // what is asked for in another way then
     static constexpr DWORD kReadCode = ERROR_IO_DEVICE;
     static constexpr DWORD kWriteCode = ERROR_REGISTRY_IO_FAILED;
 
@@ -113,6 +116,7 @@ private:
     int writes_ = 0;
     kit::ImportHook<decltype(&RegOpenKeyExA)> open_{"RegOpenKeyExA", &RegOpenKeyExA};
     kit::ImportHook<decltype(&RegQueryValueExW)> query_{"RegQueryValueExW", &RegQueryValueExW};
+    kit::ImportHook<kit::NativeQuery> native_{"NtQueryValueKey", nullptr};
     kit::ImportHook<decltype(&RegSetValueExW)> set_{"RegSetValueExW", &RegSetValueExW};
 };
 

@@ -185,6 +185,7 @@ TEST_F(PendingRecords, Exports)
              {"s\0\0\0t\0\0\0"s, "s\0\0\0t\0"s, "s\0"s, "s\0\0\0t\0u"s, "s"s, "s\0\0\0t\0\0\0\0"s}) {
             PendingValue::Write({});
             // Sizes and reads are answered as by a Windows that adds no closing zero.
+            const kit::ImportHook<kit::NativeQuery> native("NtQueryValueKey", nullptr, 0, -1);
             kit::ImportHook query("RegQueryValueExW", &RegQueryValueExW);
             query.Answer([&](auto, auto, auto, DWORD* type, BYTE* data, DWORD* size) -> LSTATUS {
                 const DWORD room = std::exchange(*size, bytes.size());
