@@ -133,9 +133,8 @@ void RemoveCurrentReferences(char* tail)
 /** Most paths need nothing; the bytes tell so, but for one with a trail byte that looks like a backslash. */
 bool IsSurelyNormal(const char* tail)
 {
-    while ((tail = strchr(tail, '\\')) != nullptr) {
-        ++tail;
-        if (*tail == '\\' || *tail == '.' || *tail == '\0')
+    for (; *tail; ++tail) {
+        if (*tail == '\\' && (tail[1] == '\\' || tail[1] == '.' || tail[1] == '\0'))
             return false;
     }
     return true;
@@ -178,7 +177,7 @@ int IsPathDirectory(const char* path)
 
 void NormalizePath(char* path)
 {
-    if (!path || strlen(path) <= 2)
+    if (!path || !path[0] || !path[1] || !path[2])
         return;
     char* tail = NextChar(NextChar(path));
     if (IsSurelyNormal(tail))

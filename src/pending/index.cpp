@@ -15,6 +15,7 @@ void PendingChains::Add(uint32_t hash)
 {
     Chain& chain = chains_[Bucket(hash)];
     const auto place = static_cast<int16_t>(slots_ + 1);
+    hashes_[slots_] = hash;
     next_[slots_] = 0;
     previous_[slots_] = chain.last;
     if (chain.last)

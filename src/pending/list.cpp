@@ -62,8 +62,8 @@ PendingFileInfo::Candidates PendingFileInfo::Chained(PendingChains& chains,
 PendingFileInfo::Candidates PendingFileInfo::CandidatesFor(const PendingFileEntry& query)
 {
     // Many entries may share one of their texts, as deletions share the empty
-    // target: the shorter chain serves. Few share a source.
-    constexpr int kShort = 4;
+    // target: the shorter chain serves. Few share a source, and mostly targets need no chains at all.
+    constexpr int kShort = 16;
     Candidates found(nullptr, 0, count_);
     if (query.Source())
         found = Chained(bySource_, &PendingFileEntry::Source, query);
@@ -77,9 +77,14 @@ bool PendingFileInfo::isEntryExist(const PendingFileEntry& query)
 {
     FunctionScope scope("PendingFileInfo::isEntryExist", 2);
     TraceArguments(3, query.Source(), query.Target(), kStored);
+    return Holds(query);
+}
+
+bool PendingFileInfo::Holds(const PendingFileEntry& query)
+{
     const Candidates candidates = CandidatesFor(query);
     for (int slot = candidates.First(); slot != PendingChains::kNone; slot = candidates.Next(slot)) {
-        if (PendingFileEntry::Matches(query, entries_[slot]))
+        if (candidates.MayMatch(slot) && PendingFileEntry::Matches(query, entries_[slot]))
             return true;
     }
     return false;

@@ -73,6 +73,9 @@ public:
 protected:
     ~PendingFileInfo() = default;
 
+    /** isEntryExist, untraced. */
+    bool Holds(const PendingFileEntry& query);
+
     /** Empties the table. */
     void Clear();
 
@@ -93,6 +96,7 @@ private:
         {
         }
         int Length() const { return chains_ ? chains_->Length(hash_) : count_; }
+        bool MayMatch(int slot) const { return !chains_ || chains_->Has(slot, hash_); }
         int First() const { return chains_ ? chains_->First(hash_) : Inside(0); }
         int Last() const { return chains_ ? chains_->Last(hash_) : Inside(count_ - 1); }
         int Next(int slot) const { return chains_ ? chains_->Next(slot) : Inside(slot + 1); }

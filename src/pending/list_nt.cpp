@@ -118,30 +118,16 @@ DWORD PendingFileInfoNT::Load(HKEY key)
 
 DWORD PendingFileInfoNT::AddPairs()
 {
-    PairReader pairs(value_);
-    PairReader::Text source;
-    PairReader::Text target;
-    TextNarrower texts[2];
-    while (pairs.Next(source, target)) {
-        if (const DWORD code = AddPair(source, target, texts))
+    NarrowedPairs pairs(value_);
+    while (pairs.Next()) {
+        if (const DWORD code = pairs.Code())
             return code;
+        if (const DWORD code = AddEntry(pairs.Source(), pairs.Target(), kStored)) {
+            TracePrint(kWarning, 3, "%s", "AddEntry failed.\n");
+            return code;
+        }
+        pairs.HandExactTo(*EntryAt(EntryCount() - 1));
     }
-    return ERROR_SUCCESS;
-}
-
-DWORD PendingFileInfoNT::AddPair(PairReader::Text source, PairReader::Text target, TextNarrower (&texts)[2])
-{
-    ExactText exactSource;
-    ExactText exactTarget;
-    if (const DWORD code = texts[0].Narrow(source, exactSource))
-        return code;
-    if (const DWORD code = texts[1].Narrow(target, exactTarget))
-        return code;
-    if (const DWORD code = AddEntry(texts[0].Get(), texts[1].Get(), kStored)) {
-        TracePrint(kWarning, 3, "%s", "AddEntry failed.\n");
-        return code;
-    }
-    EntryAt(EntryCount() - 1)->SetExact(static_cast<ExactText&&>(exactSource), static_cast<ExactText&&>(exactTarget));
     return ERROR_SUCCESS;
 }
 
@@ -174,23 +160,54 @@ DWORD PendingFileInfoNT::UpdateInfo(PendingChange& change)
     return scope.Ok();
 }
 
-/** Of a value that is still as it was received, every pair is in this list: a second list would only show in the log.
- */
 DWORD PendingFileInfoNT::WriteBack(PendingChange& change)
 {
     const HKEY key = change.key.Get();
     if (AreStepsShown())
-        return Merge(key);
-    if (!change.current) {
-        if (const DWORD code = next_.Read(key, valueName_))
-            return code;
-        change.current = next_.SameAs(value_);
-    }
-    return change.current ? Store(key, nullptr) : Merge(key);
+        return MergeShown(key);
+    if (change.current) // every pair of the value is in this list
+        return StoreOwn(key);
+    if (const DWORD code = next_.Read(key, valueName_))
+        return code;
+    return next_.SameAs(value_) ? StoreOwn(key) : Merge(key);
+}
+
+DWORD PendingFileInfoNT::StoreOwn(HKEY key)
+{
+    const DWORD first = AnyRemoved() ? 0 : written_;
+    if (const DWORD code = next_.Start(first ? &value_ : nullptr, CountChars(first)))
+        return code;
+    AddTo(next_, first);
+    if (const DWORD code = Store(key, next_, value_))
+        return code;
+    written_ = AnyRemoved() ? 0 : EntryCount();
+    return ERROR_SUCCESS;
 }
 
 /** Writes this list, and behind it what only the value, read again, holds. */
 DWORD PendingFileInfoNT::Merge(HKEY key)
+{
+    RenameValue merged;
+    if (const DWORD code = merged.Start(nullptr, CountChars(0) + next_.CharsAtMost()))
+        return code;
+    AddTo(merged, 0);
+    PendingFileEntry entry;
+    DWORD count = 0;
+    for (NarrowedPairs pairs(next_); pairs.Next();) {
+        if (const DWORD code = ++count > kMaxEntries ? ERROR_NOT_ENOUGH_MEMORY : pairs.Code())
+            return code;
+        if (const DWORD code = entry.SetEntry(pairs.Source(), pairs.Target()))
+            return code;
+        pairs.HandExactTo(entry);
+        if (!Holds(entry))
+            merged.Add(entry);
+    }
+    written_ = 0;
+    return Store(key, merged, next_);
+}
+
+/** As Merge, by way of a second list, whose steps the log shows. */
+DWORD PendingFileInfoNT::MergeShown(HKEY key)
 {
     UniqueObject<PendingFileInfoNT> held = MakeHeapObject<PendingFileInfoNT>();
     if (!held) {
@@ -205,28 +222,24 @@ DWORD PendingFileInfoNT::Merge(HKEY key)
         PendingFileEntry& entry = *others.EntryAt(index);
         entry.SetRemoved(isEntryExist(entry));
     }
-    return Store(key, &others);
+    if (const DWORD code = next_.Start(nullptr, CountChars(0) + others.CountChars(0)))
+        return code;
+    AddTo(next_, 0);
+    others.AddTo(next_, 0);
+    written_ = 0;
+    return Store(key, next_, others.value_);
 }
 
-/** @param others  Whose entries follow those of this list; NULL while the value is as it was received. */
-DWORD PendingFileInfoNT::Store(HKEY key, PendingFileInfoNT* others)
+/** @param present  What the value holds now. */
+DWORD PendingFileInfoNT::Store(HKEY key, RenameValue& value, const RenameValue& present)
 {
-    const RenameValue& present = others ? others->value_ : value_;
     if (const DWORD code = present.Refusal())
         return code;
-    const DWORD first = others || AnyRemoved() ? 0 : written_;
-    const size_t chars = CountChars(first) + (others ? others->CountChars(0) : 0);
-    if (const DWORD code = next_.Start(first ? &value_ : nullptr, chars))
-        return code;
-    AddTo(next_, first);
-    if (others)
-        others->AddTo(next_, 0);
-    if (next_.Empty() && !present.Exists())
+    if (value.Empty() && !present.Exists())
         return ERROR_SUCCESS; // a value that comes into being would ask for a restart
-    if (const DWORD code = next_.Store(key, valueName_))
+    if (const DWORD code = value.Store(key, valueName_))
         return code;
-    value_.Swap(next_);
-    written_ = others || AnyRemoved() ? 0 : EntryCount();
+    value_.Swap(value);
     return ERROR_SUCCESS;
 }
 

@@ -47,10 +47,11 @@ public:
 private:
     DWORD Load(HKEY key);
     DWORD AddPairs();
-    DWORD AddPair(PairReader::Text source, PairReader::Text target, TextNarrower (&texts)[2]);
     DWORD WriteBack(PendingChange& change);
+    DWORD StoreOwn(HKEY key);
     DWORD Merge(HKEY key);
-    DWORD Store(HKEY key, PendingFileInfoNT* others);
+    DWORD MergeShown(HKEY key);
+    DWORD Store(HKEY key, RenameValue& value, const RenameValue& present);
     size_t CountChars(DWORD first);
     void AddTo(RenameValue& pairs, DWORD first);
 

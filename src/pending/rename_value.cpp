@@ -48,6 +48,23 @@ bool SameChars(const wchar_t* left, const wchar_t* right, size_t count)
     return count == 0;
 }
 
+/** In steps of four bytes: most of a merge is this. @return false if there is another character */
+bool WidenAscii(const char* text, size_t count, wchar_t* wide)
+{
+    uint32_t bits = 0;
+    for (; count >= sizeof bits; count -= sizeof bits, text += sizeof bits, wide += sizeof bits) {
+        uint32_t bytes;
+        memcpy(&bytes, text, sizeof bytes);
+        bits |= bytes;
+        const uint32_t pairs[] = {(bytes & 0xFF) | (bytes & 0xFF00) << 8,
+                                  (bytes >> 16 & 0xFF) | (bytes >> 8 & 0xFF0000)};
+        memcpy(wide, pairs, sizeof pairs);
+    }
+    for (; count; --count)
+        bits |= * wide++ = static_cast<unsigned char>(*text++);
+    return (bits & 0x80808080) == 0;
+}
+
 /** @return the length of a star and digits in front of a stored form. */
 size_t MarkerLength(PairReader::Text text)
 {
@@ -117,6 +134,8 @@ DWORD RenameValue::Read(HKEY key, const wchar_t* name)
         if ((code = Reserve(bytes / sizeof(wchar_t) + 1)) != ERROR_SUCCESS)
             return code;
         const DWORD room = bytes;
+        if (ReadIntoRoom(key, name))
+            return ERROR_SUCCESS;
         code = QueryData(key, name, bytes, grew);
         if (code == ERROR_SUCCESS)
             length_ = (bytes < room ? bytes : room) / sizeof(wchar_t);
@@ -245,9 +264,31 @@ DWORD TextNarrower::Narrow(PairReader::Text wide, ExactText& exact)
     return ERROR_SUCCESS;
 }
 
+bool NarrowedPairs::Next()
+{
+    if (!pairs_.Next(wideSource_, wideTarget_))
+        return false;
+    code_ = source_.Narrow(wideSource_, exactSource_);
+    if (code_ == ERROR_SUCCESS)
+        code_ = target_.Narrow(wideTarget_, exactTarget_);
+    return true;
+}
+
+void NarrowedPairs::HandExactTo(PendingFileEntry& entry)
+{
+    entry.SetExact(static_cast<ExactText&&>(exactSource_), static_cast<ExactText&&>(exactTarget_));
+}
+
 size_t RenameValue::CharsOf(const PendingFileEntry& entry)
 {
     return WideLength(entry.Source(), entry.ExactSource()) + 1 + WideLength(entry.Target(), entry.ExactTarget()) + 1;
+}
+
+void RenameValue::AddChars(const wchar_t* text, size_t length)
+{
+    memcpy(Chars() + length_, text, length * sizeof(wchar_t));
+    length_ += length;
+    Chars()[length_++] = L'\0';
 }
 
 void RenameValue::Add(const PendingFileEntry& entry)
@@ -258,22 +299,14 @@ void RenameValue::Add(const PendingFileEntry& entry)
 
 void RenameValue::AddText(const char* text, const wchar_t* exact)
 {
-    wchar_t* at = Chars() + length_;
-    if (exact) {
-        const size_t size = wcslen(exact) + 1;
-        wmemcpy(at, exact, size);
-        length_ += size;
-        return;
-    }
-    size_t ascii = 0;
-    for (; text[ascii] && IsAscii(static_cast<unsigned char>(text[ascii])); ++ascii)
-        at[ascii] = static_cast<wchar_t>(text[ascii]);
-    if (!text[ascii]) {
-        at[ascii] = L'\0';
-        length_ += ascii + 1;
-        return;
-    }
-    length_ += static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text, -1, at, static_cast<int>(room_ - length_)));
+    if (exact)
+        return AddChars(exact, wcslen(exact));
+    const size_t length = strlen(text);
+    wchar_t* const at = Chars() + length_;
+    const bool ascii = WidenAscii(text, length + 1, at);
+    length_ +=
+        ascii ? length + 1
+              : static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text, -1, at, static_cast<int>(room_ - length_)));
 }
 
 DWORD RenameValue::Store(HKEY key, const wchar_t* name)

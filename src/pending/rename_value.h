@@ -49,6 +49,9 @@ public:
     void Add(const PendingFileEntry& entry);
     bool Empty() const { return length_ == 0; }
 
+    /** @return what CharsOf can give for all its pairs together, at most. */
+    size_t CharsAtMost() const { return length_ + 2; } // the last pair may lack its zeros
+
     /** Closes the list and stores it (RegSetValueEx). @return 0, or the registry's code */
     DWORD Store(HKEY key, const wchar_t* name);
 
@@ -66,6 +69,7 @@ private:
     DWORD QueryData(HKEY key, const wchar_t* name, DWORD& bytes, bool& grew);
     DWORD Reserve(size_t room);
     void AddText(const char* text, const wchar_t* exact);
+    void AddChars(const wchar_t* text, size_t length);
 
     HeapArray<wchar_t> block_;    // the header, then the characters
     size_t room_ = 0;             // in characters
@@ -111,6 +115,32 @@ private:
 
     HeapText text_;
     size_t room_ = 0;
+};
+
+/** Walks the pairs of a value in the code page. */
+class NarrowedPairs {
+public:
+    explicit NarrowedPairs(const RenameValue& value) : pairs_(value) {}
+
+    /** @return false at the end; else Code tells whether the pair is there. */
+    bool Next();
+    DWORD Code() const { return code_; }
+
+    const char* Source() const { return source_.Get(); }
+    const char* Target() const { return target_.Get(); }
+
+    /** Gives an entry made of the two texts what they do not say. */
+    void HandExactTo(PendingFileEntry& entry);
+
+private:
+    PairReader pairs_;
+    PairReader::Text wideSource_ = {};
+    PairReader::Text wideTarget_ = {};
+    TextNarrower source_;
+    TextNarrower target_;
+    ExactText exactSource_;
+    ExactText exactTarget_;
+    DWORD code_ = ERROR_SUCCESS;
 };
 
 } // namespace tarvo
