@@ -7,6 +7,7 @@ namespace bench {
 Library::Library()
     : module_(LoadLibraryA(Path().c_str())),
       GetTarvoDllInstance(Find<decltype(&TARVO_GetTarvoDllInstance)>("TARVO_GetTarvoDllInstance")),
+      StartDebugLogging2(Find<decltype(&TARVO_StartDebugLogging2)>("TARVO_StartDebugLogging2")),
       StartDebugLoggingRunTime(Find<decltype(&TARVO_StartDebugLoggingRunTime)>("TARVO_StartDebugLoggingRunTime")),
       RenameAfterReboot(Find<decltype(&TARVO_RenameAfterReboot)>("TARVO_RenameAfterReboot")),
       UpdatePFOsInfo(Find<decltype(&TARVO_UpdatePFOsInfo)>("TARVO_UpdatePFOsInfo")),

@@ -30,6 +30,7 @@ private:
 
 public:
     const decltype(&TARVO_GetTarvoDllInstance) GetTarvoDllInstance;
+    const decltype(&TARVO_StartDebugLogging2) StartDebugLogging2;
     const decltype(&TARVO_StartDebugLoggingRunTime) StartDebugLoggingRunTime;
     const decltype(&TARVO_RenameAfterReboot) RenameAfterReboot;
     const decltype(&TARVO_UpdatePFOsInfo) UpdatePFOsInfo;

@@ -17,8 +17,11 @@ std::string_view Between(const char* begin, const char* end)
     return {begin, static_cast<size_t>(end - begin)};
 }
 
-bool EndsInSeparator(std::string_view directory)
+/** Whether a name joins without a backslash: behind a drive alone that would name the drive's root. */
+bool TakesNames(std::string_view directory)
 {
+    if (directory.empty() || (directory.size() == 2 && directory[1] == ':' && !IsLeadByte(directory[0])))
+        return true;
     const char* last = directory.data() + directory.size() - 1;
     return IsSeparator(*last) && !IsTrailByte(directory.data(), last);
 }
@@ -98,7 +101,7 @@ bool JoinPath(char* destination, size_t size, std::string_view directory, std::s
 {
     PathWriter path(destination, size);
     path.Add(directory);
-    if (!directory.empty() && !EndsInSeparator(directory))
+    if (!TakesNames(directory))
         path.Add("\\");
     path.Add(name);
     if (!extension.empty() && extension.front() != '.')

@@ -29,7 +29,7 @@ std::string_view FilePart(const PathParts& parts);
 
 /**
  * Puts a path together as the C library does: a backslash goes between
- * directory and name unless the directory ends in a separator.
+ * directory and name unless the directory ends in a separator, or is a drive alone ("C:").
  * @param destination  Receives the path; size in bytes, terminator included.
  * @param extension    With or without its dot; may be empty.
  * @return false, destination then "", if it does not fit.

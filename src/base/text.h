@@ -4,7 +4,9 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
+#include <type_traits>
 
 #include "base/memory.h"
 
@@ -54,6 +56,17 @@ bool FormatCutV(char* destination, size_t size, const char* format, va_list argu
 /** Text in a buffer of its own; Size in bytes, terminator included. Each call says which way it is bounded. */
 template <size_t Size> class BoundedText {
 public:
+    constexpr BoundedText()
+    {
+        // The compiler would copy zeros that it puts into the file.
+        if (!std::is_constant_evaluated()) {
+            memset(text_, 0, Size);
+            return;
+        }
+        for (char& byte : text_)
+            byte = '\0';
+    }
+
     const char* Get() const { return text_; }
     char* Buffer() { return text_; }
     static constexpr size_t kSize = Size;
@@ -77,7 +90,7 @@ public:
     }
 
 private:
-    char text_[Size] = {};
+    char text_[Size];
 };
 
 /** Owner of a text on the runtime's heap. */

@@ -2,15 +2,16 @@
 
 #include "base/multibyte.h"
 #include "base/path.h"
+#include "files/file_identity.h"
+#include "files/given_path.h"
 #include "files/path_utils.h"
-#include "files/pending_entries.h"
+#include "files/source_copy.h"
 #include "frame/scope.h"
+#include "pending/clearing.h"
 #include "tarvo/tarvo.h"
 
 namespace tarvo {
 namespace {
-
-constexpr int kMaxSourceCopies = 998;
 
 const char* ShownFailIfExists(BOOL failIfExists)
 {
@@ -41,10 +42,18 @@ DWORD PrepareExisting(const char* destination, BOOL failIfExists, const char* wa
     return ERROR_SUCCESS;
 }
 
+DWORD CheckPaths(const char* source, const char* destination)
+{
+    if (!source || IsEmpty(destination))
+        return ERROR_INVALID_PARAMETER;
+    const DWORD code = CheckNewPath(source);
+    return code ? code : CheckNewPath(destination);
+}
+
 DWORD CopyNow(const char* source, const char* destination, BOOL failIfExists)
 {
-    if (!source || !destination)
-        return ERROR_INVALID_PARAMETER;
+    if (const DWORD code = CheckPaths(source, destination))
+        return code;
     if (IsPathExist(destination, 0)) {
         if (const DWORD code =
                 PrepareExisting(destination, failIfExists, "Reseting read-only attribute on existing file failed.\n"))
@@ -52,7 +61,7 @@ DWORD CopyNow(const char* source, const char* destination, BOOL failIfExists)
     }
     if (!CopyFileA(source, destination, failIfExists))
         return GetLastError();
-    ClearPendingEntries(destination);
+    ClearPendingEntries(destination, source);
     TARVO_AddFileToUninstallLog(destination);
     return ERROR_SUCCESS;
 }
@@ -66,26 +75,9 @@ bool LieInSameFolder(const char* source, const char* destination)
            EqualNoCase(sourceFolder.Get(), destinationFolder.Get());
 }
 
-/** Finds a free name beside the destination, its extension a number; the last one tried if all are taken. */
-DWORD FindSourceCopyName(const char* destination, PathText& name)
-{
-    const PathParts parts = SplitPath(destination);
-    for (int number = 1; number <= kMaxSourceCopies; ++number) {
-        BoundedText<8> extension;
-        extension.Format("%d", number);
-        if (!JoinPath(name, FolderPart(parts), parts.name, extension.Get()))
-            return ERROR_FILENAME_EXCED_RANGE;
-        if (!IsPathExist(name.Get(), 1))
-            break;
-    }
-    return ERROR_SUCCESS;
-}
-
-/** Settles what the restart shall move onto the destination: the source itself, or a copy beside the destination. */
+/** Makes what the restart shall move onto the destination. */
 DWORD MakeSourceCopy(const char* source, const char* destination, PathText& sourceCopy)
 {
-    if (LieInSameFolder(source, destination))
-        return sourceCopy.Set(source) ? ERROR_SUCCESS : ERROR_FILENAME_EXCED_RANGE;
     if (const DWORD code = FindSourceCopyName(destination, sourceCopy))
         return code;
     if (CopyFileA(source, sourceCopy.Get(), TRUE))
@@ -95,22 +87,35 @@ DWORD MakeSourceCopy(const char* source, const char* destination, PathText& sour
     return code;
 }
 
+DWORD ScheduleSourceCopy(const char* sourceCopy, const char* destination)
+{
+    TracePrint(kInfo, 1, "Defined SourceCopy = [%s]\n", sourceCopy);
+    return TARVO_RenameAfterReboot(sourceCopy, destination);
+}
+
 DWORD DeferCopy(const char* source, const char* destination)
 {
+    if (LieInSameFolder(source, destination))
+        return ScheduleSourceCopy(source, destination);
     PathText sourceCopy;
     if (const DWORD code = MakeSourceCopy(source, destination, sourceCopy))
         return code;
-    TracePrint(kInfo, 1, "Defined SourceCopy = [%s]\n", sourceCopy.Get());
-    return TARVO_RenameAfterReboot(sourceCopy.Get(), destination);
+    const DWORD code = ScheduleSourceCopy(sourceCopy.Get(), destination);
+    if (code != ERROR_SUCCESS) {
+        // The list keeps what it could not write.
+        TARVO_RemovePendingFileOperation(sourceCopy.Get(), destination);
+        DeleteSourceCopy(sourceCopy.Get());
+    }
+    return code;
 }
 
 /** Does what copying and moving share before they begin. */
 DWORD CheckSource(const char* source, const char* destination, DWORD* needRestart)
 {
-    if (!source || !destination)
-        return ERROR_INVALID_PARAMETER;
-    if (needRestart)
+    if (source && !IsEmpty(destination) && needRestart)
         *needRestart = 0;
+    if (const DWORD code = CheckPaths(source, destination))
+        return code;
     return GetFileAttributesA(source) == INVALID_FILE_ATTRIBUTES ? GetLastError() : ERROR_SUCCESS;
 }
 
@@ -130,7 +135,7 @@ DWORD CopyNowOrDefer(const char* source, const char* destination, BOOL failIfExi
             return code;
     }
     if (CopyFileA(source, destination, failIfExists)) {
-        ClearPendingEntries(destination);
+        ClearPendingEntries(destination, source);
     } else {
         TracePrint(kInfo, 1, "Immediate CopyFile failed with error code: %d\n", static_cast<int>(GetLastError()));
         if (const DWORD code = DeferCopy(source, destination))
@@ -139,6 +144,13 @@ DWORD CopyNowOrDefer(const char* source, const char* destination, BOOL failIfExi
     }
     TARVO_AddFileToUninstallLog(destination);
     return ERROR_SUCCESS;
+}
+
+/** Two names of one file, as in another letter case. Where the system does not tell, they may be. */
+bool MayBeOneFile(const char* left, const char* right)
+{
+    FileIdentity identities[2];
+    return !Identify(left, identities[0]) || !Identify(right, identities[1]) || identities[0] == identities[1];
 }
 
 DWORD PrepareMove(const char* source, const char* destination, BOOL failIfExists, DWORD* needRestart)
@@ -151,7 +163,7 @@ DWORD PrepareMove(const char* source, const char* destination, BOOL failIfExists
     if (const DWORD code =
             PrepareExisting(destination, failIfExists, "Reseting read-only attribute on existing file failed.\n"))
         return code;
-    if (state.readable && !DeleteFileA(destination)) {
+    if (state.readable && !MayBeOneFile(source, destination) && !DeleteFileA(destination)) {
         TracePrint(kWarning, 1, "Deleting target existing file failed with error code %d\n",
                    static_cast<int>(GetLastError()));
     }
@@ -189,7 +201,7 @@ DWORD __cdecl TARVO_MoveFileEx(const char* source, const char* destination, BOOL
     if (const DWORD code = PrepareMove(source, destination, failIfExists, needRestart))
         return scope.Error(code);
     if (MoveFileA(source, destination)) {
-        ClearPendingEntries(destination);
+        ClearPendingEntries(destination, source);
     } else {
         TracePrint(kInfo, 1, "Immediate MoveFile failed with error code: %d\n", static_cast<int>(GetLastError()));
         // Its code is handed on as it came: the inner call has stored its text.

@@ -2,9 +2,10 @@
 
 #include "base/multibyte.h"
 #include "base/text.h"
+#include "files/given_path.h"
 #include "files/path_utils.h"
-#include "files/pending_entries.h"
 #include "frame/scope.h"
+#include "pending/clearing.h"
 #include "tarvo/tarvo.h"
 
 namespace tarvo {
@@ -24,7 +25,7 @@ DWORD CreateLevel(const char* path)
     if (!CreateDirectoryA(path, nullptr))
         return GetLastError();
     TARVO_AddFileToUninstallLog(path);
-    ClearPendingEntries(path);
+    ClearPendingEntries(path, nullptr);
     return ERROR_SUCCESS;
 }
 
@@ -44,8 +45,8 @@ DWORD CreateLevels(char* path)
 
 DWORD CreateDirectories(const char* path)
 {
-    if (!path)
-        return ERROR_INVALID_PARAMETER;
+    if (const DWORD code = CheckNewPath(path))
+        return code;
     if (IsPathFile(path)) {
         TracePrint(kInfo, 1, "%s", "The specified path is the path to a file.\n");
         return ERROR_FILE_EXISTS;

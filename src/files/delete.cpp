@@ -1,6 +1,7 @@
 // Deleting files and empty directories, locked ones too.
 
 #include "base/text.h"
+#include "files/given_path.h"
 #include "files/path_utils.h"
 #include "frame/scope.h"
 #include "tarvo/tarvo.h"
@@ -31,6 +32,8 @@ DWORD DeleteNowOrDefer(const char* path, DWORD* needRestart)
         return ERROR_INVALID_PARAMETER;
     if (needRestart)
         *needRestart = 0;
+    if (const DWORD code = CheckPath(path))
+        return code;
     const bool readable = GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
     if (!readable && GetLastError() != ERROR_ACCESS_DENIED) {
         TracePrint(kWarning, 1, "%s", "File doesn't exists. Nothing to do.\n");
@@ -65,5 +68,6 @@ DWORD __cdecl TARVO_DeleteFileEx(const char* path, DWORD* needRestart)
 DWORD __cdecl TARVO_DeleteAfterReboot(const char* path)
 {
     FunctionScope scope("TARVO_DeleteAfterReboot", 0);
-    return scope.End(TARVO_RenameAfterReboot(path, nullptr));
+    const DWORD code = path ? CheckPath(path) : ERROR_SUCCESS;
+    return scope.End(code ? code : TARVO_RenameAfterReboot(path, nullptr));
 }

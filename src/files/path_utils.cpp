@@ -133,9 +133,8 @@ void RemoveCurrentReferences(char* tail)
 /** Most paths need nothing; the bytes tell so, but for one with a trail byte that looks like a backslash. */
 bool IsSurelyNormal(const char* tail)
 {
-    while ((tail = strchr(tail, '\\')) != nullptr) {
-        ++tail;
-        if (*tail == '\\' || *tail == '.' || *tail == '\0')
+    for (; *tail; ++tail) {
+        if (*tail == '\\' && (tail[1] == '\\' || tail[1] == '.' || tail[1] == '\0'))
             return false;
     }
     return true;
@@ -180,7 +179,7 @@ void NormalizePath(char* path)
 {
     TraceStream stream("NormalizePath");
     stream.Add(path).Open();
-    if (!path || strlen(path) <= 2)
+    if (!path || !path[0] || !path[1] || !path[2])
         return;
     char* tail = NextChar(NextChar(path));
     if (IsSurelyNormal(tail))

@@ -1,6 +1,7 @@
 // TARVO_ResetFileReadOnlyAttribute.
 
 #include "base/text.h"
+#include "files/given_path.h"
 #include "files/path_utils.h"
 #include "frame/scope.h"
 #include "tarvo/tarvo.h"
@@ -25,8 +26,8 @@ DWORD SetAttributes(const char* path, DWORD attributes)
 
 DWORD ResetAttributes(const char* path, DWORD attributes)
 {
-    if (!path)
-        return ERROR_INVALID_PARAMETER;
+    if (const DWORD code = CheckPath(path))
+        return code;
     if (!IsPathExist(path, 0))
         return ERROR_FILE_NOT_FOUND;
     const DWORD current = GetFileAttributesA(path);

@@ -9,18 +9,18 @@
 namespace tarvo {
 namespace {
 
-bool SameExact(const wchar_t* left, const wchar_t* right)
+bool SameUnheld(const wchar_t* left, const wchar_t* right)
 {
     if (!left || !right)
         return left == right;
     return wcscmp(left, right) == 0;
 }
 
-bool FieldMatches(const char* query, const wchar_t* exactQuery, const char* text, const wchar_t* exactText)
+bool FieldMatches(const char* query, const wchar_t* unheldQuery, const char* text, const wchar_t* unheld)
 {
     if (!query || !text)
         return true;
-    return EqualNoCase(query, text) && SameExact(exactQuery, exactText);
+    return EqualNoCase(query, text) && SameUnheld(unheldQuery, unheld);
 }
 
 } // namespace
@@ -45,8 +45,7 @@ DWORD PendingFileEntry::OwnedText::Set(const char* value)
 
 DWORD PendingFileEntry::SetEntry(const char* source, const char* target)
 {
-    exactSource_.Reset();
-    exactTarget_.Reset();
+    SetExact({}, {});
     if (const DWORD code = source_.Set(source))
         return code;
     return target_.Set(target);
@@ -60,8 +59,8 @@ void PendingFileEntry::SetExact(ExactText source, ExactText target)
 
 bool PendingFileEntry::Matches(const PendingFileEntry& query, const PendingFileEntry& entry)
 {
-    return FieldMatches(query.Source(), query.ExactSource(), entry.Source(), entry.ExactSource()) &&
-           FieldMatches(query.Target(), query.ExactTarget(), entry.Target(), entry.ExactTarget());
+    return FieldMatches(query.Source(), query.exactSource_.unheld, entry.Source(), entry.exactSource_.unheld) &&
+           FieldMatches(query.Target(), query.exactTarget_.unheld, entry.Target(), entry.exactTarget_.unheld);
 }
 
 } // namespace tarvo

@@ -6,7 +6,11 @@
 
 namespace tarvo {
 
-using ExactText = HeapArray<wchar_t>;
+/** What stands in the value in the place of an entry's text, where that text does not say it all. */
+struct ExactText {
+    HeapArray<wchar_t> text;         // written back as it is; NULL where the entry's text says it all
+    const wchar_t* unheld = nullptr; // the part of it that the code page cannot hold: it is part of what the entry is
+};
 
 /**
  * One pending operation: a source that is moved onto a target, or deleted if
@@ -24,13 +28,9 @@ public:
     bool Removed() const { return removed_; }
     void SetRemoved(bool removed) { removed_ = removed; }
 
-    /**
-     * What stood in the value where the code page cannot hold it: written back
-     * in the text's place, and part of the entry's identity. NULL where the
-     * text says it all. Setting a text forgets its exact form.
-     */
-    const wchar_t* ExactSource() const { return exactSource_.Get(); }
-    const wchar_t* ExactTarget() const { return exactTarget_.Get(); }
+    /** Setting a text forgets its exact form. */
+    const wchar_t* ExactSource() const { return exactSource_.text.Get(); }
+    const wchar_t* ExactTarget() const { return exactTarget_.text.Get(); }
     void SetExact(ExactText source, ExactText target);
 
     /** Whether an entry fits a query; letter case counts for nothing. */

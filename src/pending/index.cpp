@@ -6,21 +6,25 @@ namespace tarvo {
 
 void PendingChains::Clear()
 {
-    memset(chains_, 0, sizeof chains_);
+    if (slots_)
+        memset(chains_, 0, sizeof chains_);
+    slots_ = 0;
 }
 
-void PendingChains::Add(int slot, uint32_t hash)
+void PendingChains::Add(uint32_t hash)
 {
     Chain& chain = chains_[Bucket(hash)];
-    const auto place = static_cast<int16_t>(slot + 1);
-    next_[slot] = 0;
-    previous_[slot] = chain.last;
+    const auto place = static_cast<int16_t>(slots_ + 1);
+    hashes_[slots_] = hash;
+    next_[slots_] = 0;
+    previous_[slots_] = chain.last;
     if (chain.last)
         next_[chain.last - 1] = place;
     else
         chain.first = place;
     chain.last = place;
     ++chain.length;
+    ++slots_;
 }
 
 } // namespace tarvo

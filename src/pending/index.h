@@ -17,11 +17,16 @@ public:
 
     void Clear();
 
-    /** Adds the next slot; slots come in rising order. */
-    void Add(int slot, uint32_t hash);
+    /** Adds the next slot. */
+    void Add(uint32_t hash);
+
+    /** @return how many slots the chains hold: those from the first on. */
+    int Slots() const { return slots_; }
 
     int First(uint32_t hash) const { return chains_[Bucket(hash)].first - 1; }
     int Last(uint32_t hash) const { return chains_[Bucket(hash)].last - 1; }
+    /** A chain may hold slots of other hashes too. */
+    bool Has(int slot, uint32_t hash) const { return hashes_[slot] == hash; }
     int Length(uint32_t hash) const { return chains_[Bucket(hash)].length; }
     int Next(int slot) const { return next_[slot] - 1; }
     int Previous(int slot) const { return previous_[slot] - 1; }
@@ -38,8 +43,10 @@ private:
     };
 
     Chain chains_[kBuckets] = {};
+    uint32_t hashes_[kMaxSlots] = {};
     int16_t next_[kMaxSlots] = {};
     int16_t previous_[kMaxSlots] = {};
+    int slots_ = 0;
 };
 
 } // namespace tarvo

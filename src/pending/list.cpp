@@ -40,8 +40,6 @@ DWORD PendingFileInfo::AddEntry(const char* source, const char* target, DWORD fo
         TracePrint(kWarning, 2, "%s", "Too many entries.\n");
         return scope.Error(ERROR_NOT_ENOUGH_MEMORY);
     }
-    if (count_ < kept_)
-        ForgetKept();
     if (const DWORD code = SetTexts(entries_[count_], source, target, form)) {
         TracePrint(kWarning, 3, "%s", FailedStep(form));
         return scope.Error(code);
@@ -52,54 +50,44 @@ DWORD PendingFileInfo::AddEntry(const char* source, const char* target, DWORD fo
     return scope.Ok();
 }
 
-void PendingFileInfo::IndexEntries()
+PendingFileInfo::Candidates PendingFileInfo::Chained(PendingChains& chains,
+                                                     const char* (PendingFileEntry::*text)() const,
+                                                     const PendingFileEntry& query)
 {
-    for (; indexed_ < count_; ++indexed_) {
-        const PendingFileEntry& entry = entries_[indexed_];
-        bySource_.Add(static_cast<int>(indexed_), HashNoCase(entry.Source()));
-        byTarget_.Add(static_cast<int>(indexed_), HashNoCase(entry.Target()));
-    }
+    for (auto slot = static_cast<DWORD>(chains.Slots()); slot < count_; ++slot)
+        chains.Add(HashNoCase((entries_[slot].*text)()));
+    return {&chains, HashNoCase((query.*text)()), count_};
 }
 
 PendingFileInfo::Candidates PendingFileInfo::CandidatesFor(const PendingFileEntry& query)
 {
-    IndexEntries();
-    const uint32_t sourceHash = query.Source() ? HashNoCase(query.Source()) : 0;
-    const uint32_t targetHash = query.Target() ? HashNoCase(query.Target()) : 0;
     // Many entries may share one of their texts, as deletions share the empty
-    // target: the shorter chain serves.
-    const bool useSource =
-        query.Source() && (!query.Target() || bySource_.Length(sourceHash) <= byTarget_.Length(targetHash));
-    if (useSource)
-        return {&bySource_, sourceHash, count_};
-    if (query.Target())
-        return {&byTarget_, targetHash, count_};
-    return {nullptr, 0, count_};
+    // target: the shorter chain serves. Few share a source, and mostly targets need no chains at all.
+    constexpr int kShort = 16;
+    Candidates found(nullptr, 0, count_);
+    if (query.Source())
+        found = Chained(bySource_, &PendingFileEntry::Source, query);
+    if (!query.Target() || (query.Source() && found.Length() <= kShort))
+        return found;
+    const Candidates others = Chained(byTarget_, &PendingFileEntry::Target, query);
+    return query.Source() && found.Length() <= others.Length() ? found : others;
 }
 
-bool PendingFileInfo::HasMatch(const PendingFileEntry& query)
-{
-    const Candidates candidates = CandidatesFor(query);
-    for (int slot = candidates.First(); slot != PendingChains::kNone; slot = candidates.Next(slot)) {
-        if (PendingFileEntry::Matches(query, entries_[slot]))
-            return true;
-    }
-    return false;
-}
-
-bool PendingFileInfo::isEntryExist(const char* source, const char* target, DWORD form)
-{
-    FunctionScope scope("PendingFileInfo::isEntryExist", 2);
-    TraceArguments(3, source, target, form);
-    PendingFileEntry query;
-    return SetTexts(query, source, target, form) == ERROR_SUCCESS && HasMatch(query);
-}
-
-bool PendingFileInfo::HasEntryOf(const PendingFileEntry& query)
+bool PendingFileInfo::isEntryExist(const PendingFileEntry& query)
 {
     FunctionScope scope("PendingFileInfo::isEntryExist", 2);
     TraceArguments(3, query.Source(), query.Target(), kStored);
-    return HasMatch(query);
+    return Holds(query);
+}
+
+bool PendingFileInfo::Holds(const PendingFileEntry& query)
+{
+    const Candidates candidates = CandidatesFor(query);
+    for (int slot = candidates.First(); slot != PendingChains::kNone; slot = candidates.Next(slot)) {
+        if (candidates.MayMatch(slot) && PendingFileEntry::Matches(query, entries_[slot]))
+            return true;
+    }
+    return false;
 }
 
 DWORD PendingFileInfo::dwFindEntry(const char* source, const char* target, DWORD form)
@@ -117,7 +105,7 @@ DWORD PendingFileInfo::dwFindEntry(const char* source, const char* target, DWORD
     return kNoEntry;
 }
 
-bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWORD form)
+bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWORD form, Witness* witness)
 {
     FunctionScope scope("PendingFileInfo::RemoveEntries", 1);
     TraceArguments(2, source, target, form);
@@ -133,33 +121,27 @@ bool PendingFileInfo::RemoveEntries(const char* source, const char* target, DWOR
             continue;
         TracePrint(kInfo, 2, "Entry to remove found at index: [%d]\n", slot);
         entries_[slot].SetRemoved(true);
-        removed = true;
+        anyRemoved_ = removed = true;
+        if (witness)
+            witness->Tell(*this, entries_[slot]);
     }
-    if (removed) {
-        ForgetKept();
+    if (removed)
         NoteChange();
-    }
     scope.Ok();
     return removed;
 }
 
-bool PendingFileInfo::BringBackKept()
+void PendingFileInfo::Clear()
 {
-    if (count_ != 0 || kept_ == 0)
-        return false;
-    count_ = kept_;
-    return true;
+    count_ = 0;
+    anyRemoved_ = false;
+    bySource_.Clear();
+    byTarget_.Clear();
 }
 
 void PendingFileInfo::ReleaseInfo()
 {
     FunctionScope scope("PendingFileInfo::ReleaseInfo", 1);
-    count_ = 0;
-    if (indexed_) {
-        bySource_.Clear();
-        byTarget_.Clear();
-        indexed_ = 0;
-    }
     received_ = false;
     upToDate_ = true;
 }

@@ -45,16 +45,24 @@ public:
     /** Adds an entry, also one that is there already. @return 0; 87, a text is NULL; 8, table full or no memory */
     DWORD AddEntry(const char* source, const char* target, DWORD form);
 
-    /** @return whether an entry matches, a removed one too. NULL matches any text. */
-    bool isEntryExist(const char* source, const char* target, DWORD form);
+    /** @return whether an entry matches, a removed one too. */
+    bool isEntryExist(const PendingFileEntry& query);
 
     /** @return the newest entry that matches and is not removed, or kNoEntry; kNoEntry too if both texts are NULL. */
     DWORD dwFindEntry(const char* source, const char* target, DWORD form);
 
-    /** Marks every matching entry removed; with both texts NULL, all. @return whether there was one */
-    bool RemoveEntries(const char* source, const char* target, DWORD form);
+    /** Is told of each entry that is taken off. */
+    struct Witness {
+        virtual void Tell(PendingFileInfo& list, const PendingFileEntry& entry) = 0;
 
-    /** Empties the list and forgets that it was received. */
+    protected:
+        ~Witness() = default;
+    };
+
+    /** Marks every matching entry removed; with both texts NULL, all. @return whether there was one */
+    bool RemoveEntries(const char* source, const char* target, DWORD form, Witness* witness = nullptr);
+
+    /** Forgets that the list was received. Its entries stay in their slots, and count again once it is. */
     void ReleaseInfo();
 
     DWORD EntryCount() const { return count_; }
@@ -65,19 +73,13 @@ public:
 protected:
     ~PendingFileInfo() = default;
 
-    /** isEntryExist for an entry of another list. */
-    bool HasEntryOf(const PendingFileEntry& query);
+    /** isEntryExist, untraced. */
+    bool Holds(const PendingFileEntry& query);
 
-    /**
-     * Notes that the system's store holds just these entries, as they are. Released, they can be brought back, until
-     * one of their slots is used again.
-     */
-    void KeepEntries() { kept_ = count_; }
-    void ForgetKept() { kept_ = 0; }
-    bool BringBackKept();
+    /** Empties the table. */
+    void Clear();
 
-    /** @return how many of the first entries are still as KeepEntries found them: all of those, or none. */
-    DWORD KeptCount() const { return kept_; }
+    bool AnyRemoved() const { return anyRemoved_; }
 
     void SetReceived()
     {
@@ -93,6 +95,8 @@ private:
             : chains_(chains), hash_(hash), count_(static_cast<int>(count))
         {
         }
+        int Length() const { return chains_ ? chains_->Length(hash_) : count_; }
+        bool MayMatch(int slot) const { return !chains_ || chains_->Has(slot, hash_); }
         int First() const { return chains_ ? chains_->First(hash_) : Inside(0); }
         int Last() const { return chains_ ? chains_->Last(hash_) : Inside(count_ - 1); }
         int Next(int slot) const { return chains_ ? chains_->Next(slot) : Inside(slot + 1); }
@@ -108,17 +112,16 @@ private:
 
     DWORD SetTexts(PendingFileEntry& entry, const char* source, const char* target, DWORD form);
     void NoteChange();
-    void IndexEntries();
+    Candidates Chained(PendingChains& chains, const char* (PendingFileEntry::*text)() const,
+                       const PendingFileEntry& query);
     Candidates CandidatesFor(const PendingFileEntry& query);
-    bool HasMatch(const PendingFileEntry& query);
 
     PendingFileEntry entries_[kMaxEntries];
     DWORD count_ = 0;
-    DWORD kept_ = 0;    // slots from the first that are as the store has them
-    DWORD indexed_ = 0; // slots that the chains hold; the rest joins them before a search
     bool received_ = false;
     bool upToDate_ = true;
-    PendingChains bySource_;
+    bool anyRemoved_ = false;
+    PendingChains bySource_; // filled as far as a search has needed
     PendingChains byTarget_;
 };
 

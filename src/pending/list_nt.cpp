@@ -1,65 +1,34 @@
 #include "pending/list_nt.h"
 
-#include <cstring>
-
-#include "base/multibyte.h"
-#include "base/path.h"
 #include "frame/scope.h"
+#include "pending/stored_path.h"
 
 namespace tarvo {
 namespace {
 
-/** The prefixes of the stored form, for one of an entry's two texts. */
-struct StoredForm {
-    const char* local;
-    const char* unc;  // stands for the two backslashes of a UNC path
-    size_t minLength; // a shorter text is no path
-};
-
-constexpr StoredForm kSourceForm = {"\\??\\", "\\??\\UNC\\", 5};
-constexpr StoredForm kTargetForm = {"!\\??\\", "!\\??\\UNC\\", 6};
-
-DWORD FormatText(const char* plain, const StoredForm& form, HeapText& stored)
+/** Whether the log shows each step of a merge, which are then to be done one by one. */
+bool AreStepsShown()
 {
-    if (!plain)
-        return ERROR_SUCCESS;
-    bool made = false;
-    if (!*plain)
-        made = stored.Copy("");
-    else if (plain[0] == '\\' && plain[1] == '\\')
-        made = stored.Join(form.unc, plain + 2);
-    else
-        made = stored.Join(form.local, plain);
-    return made ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+    return IsTraced(kInfo, 2);
 }
 
-/** @param plain  MAX_PATH bytes, or NULL. @return false, the text handed out as it is, for another form. */
-bool UnFormatText(const char* stored, const StoredForm& form, char* plain)
+/** @param detail  Of the line that tells of a lack of memory. */
+DWORD FormatTraced(const char* plain, const StoredForm& form, int detail, HeapText& stored)
 {
-    if (!plain)
-        return true;
-    PathText path;
-    bool known = true;
-    if (!stored || strlen(stored) < form.minLength) {
-        path.Clear();
-    } else if (StartsWithNoCase(stored, form.unc)) {
-        path.Format("\\\\%s", stored + strlen(form.unc));
-    } else if (StartsWithNoCase(stored, form.local)) {
-        path.SetCut(stored + strlen(form.local));
-    } else {
-        path.SetCut(stored);
-        known = false;
-    }
-    CopyCut(plain, MAX_PATH, path.Get());
-    return known;
-}
-
-DWORD OpenSessionManager(UniqueRegistryKey& key)
-{
-    return static_cast<DWORD>(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_ALL_ACCESS, key.Put()));
+    const DWORD code = FormatPath(plain, form, stored);
+    if (code == ERROR_NOT_ENOUGH_MEMORY)
+        TracePrint(kWarning, detail, "%s", "Can't allocate memory.\n");
+    return code;
 }
 
 } // namespace
+
+DWORD SessionManagerKey::Open()
+{
+    if (key_)
+        return ERROR_SUCCESS;
+    return static_cast<DWORD>(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_ALL_ACCESS, key_.Put()));
+}
 
 DWORD PendingFileInfoNT::FormatEntry(PendingFileEntry& entry, const char* source, const char* target)
 {
@@ -68,14 +37,10 @@ DWORD PendingFileInfoNT::FormatEntry(PendingFileEntry& entry, const char* source
                Shown(source), Shown(target));
     HeapText storedSource;
     HeapText storedTarget;
-    if (const DWORD code = FormatText(source, kSourceForm, storedSource)) {
-        TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
+    if (const DWORD code = FormatTraced(source, kSourceForm, 3, storedSource))
         return scope.Error(code);
-    }
-    if (const DWORD code = FormatText(target, kTargetForm, storedTarget)) {
-        TracePrint(kWarning, 0, "%s", "Can't allocate memory.\n");
+    if (const DWORD code = FormatTraced(target, kTargetForm, 0, storedTarget))
         return scope.Error(code);
-    }
     TracePrint(kInfo, 3, "Formatted entry: [%s], [%s].\n", Shown(storedSource.Get()), Shown(storedTarget.Get()));
     const DWORD code = entry.SetEntry(storedSource.Get(), storedTarget.Get());
     if (code != ERROR_SUCCESS)
@@ -89,93 +54,91 @@ DWORD PendingFileInfoNT::UnFormatEntry(const PendingFileEntry& entry, char* sour
     TracePrint(kInfo, 3, "Entry={[%s], [%s], Source=[%x], target=[%x]\n", Shown(entry.Source()), Shown(entry.Target()),
                reinterpret_cast<unsigned>(source), reinterpret_cast<unsigned>(target));
     const bool known =
-        UnFormatText(entry.Source(), kSourceForm, source) && UnFormatText(entry.Target(), kTargetForm, target);
+        UnFormatPath(entry.Source(), kSourceForm, source) && UnFormatPath(entry.Target(), kTargetForm, target);
     return known ? scope.Ok() : scope.Error(0xFFFFFFFF);
 }
 
 DWORD PendingFileInfoNT::ReceiveInfo()
 {
+    SessionManagerKey key;
+    PendingChange change = {key};
+    return ReceiveInfo(change);
+}
+
+DWORD PendingFileInfoNT::ReceiveInfo(PendingChange& change)
+{
     FunctionScope scope("PendingFileInfoNT::ReceiveInfo", 2);
     if (InfoReceived()) {
         TracePrint(kInfo, 3, "%s", "Info is received, updating info...\n");
-        UpdateInfo();
+        if (const DWORD code = UpdateInfo(change)) // then they stay pending
+            return scope.Error(code);
         ReleaseInfo();
     }
-    UniqueRegistryKey key;
-    if (const DWORD code = OpenSessionManager(key)) {
+    if (const DWORD code = change.key.Open()) {
         TracePrint(kError, 3, "RegOpenKeyEx failed to open [%s], error code: [%d].\n", kSessionManagerKey,
                    static_cast<int>(code));
         return code; // without Error: whoever called reports it
     }
-    const DWORD code = LoadFrom(key.Get());
-    if (code == ERROR_SUCCESS)
+    const DWORD code = Load(change.key.Get());
+    change.current = code == ERROR_SUCCESS;
+    if (change.current)
         SetReceived();
     else
         ReleaseInfo();
     return scope.End(code);
 }
 
-DWORD PendingFileInfoNT::ReceiveInfoToAdd()
+DWORD PendingFileInfoNT::LoadToChange(PendingChange& change)
 {
-    // A full table may have room again by now, which only reading tells.
-    const bool believable = !IsTracing() && !InfoReceived() && KeptCount() < kMaxEntries;
-    if (!believable || !BringBackKept())
-        return ReceiveInfo();
-    SetReceived();
-    believed_ = true;
-    return ERROR_SUCCESS;
+    if (!InfoReceived())
+        return ReceiveInfo(change);
+    if (!UpToDate())
+        return ERROR_SUCCESS;
+    if (const DWORD code = change.key.Open())
+        return code;
+    if (const DWORD code = next_.Read(change.key.Get(), valueName_))
+        return code;
+    change.current = next_.SameAs(value_);
+    return change.current ? ERROR_SUCCESS : ReceiveInfo(change);
 }
 
-void PendingFileInfoNT::DropBelief()
+DWORD PendingFileInfoNT::Load(HKEY key)
 {
-    if (believed_)
-        ReleaseInfo();
-    believed_ = false;
-}
-
-DWORD PendingFileInfoNT::LoadFrom(HKEY key)
-{
-    if (const DWORD code = next_.Read(key))
+    if (const DWORD code = next_.Read(key, valueName_))
         return code;
     // What this list has written itself need not be taken apart again, but for
-    // the log.
-    if (!IsTracing() && next_.SameAs(value_) && BringBackKept())
+    // the log: its entries are in the table.
+    if (written_ && !AreStepsShown() && next_.SameAs(value_))
         return ERROR_SUCCESS;
-    ForgetKept();
+    written_ = 0;
+    Clear();
     value_.Swap(next_);
     return AddPairs();
 }
 
 DWORD PendingFileInfoNT::AddPairs()
 {
-    PairReader pairs(value_);
-    PairReader::Text source;
-    PairReader::Text target;
-    TextNarrower texts[2];
-    while (pairs.Next(source, target)) {
-        if (const DWORD code = AddPair(source, target, texts))
+    NarrowedPairs pairs(value_);
+    while (pairs.Next()) {
+        if (const DWORD code = pairs.Code())
             return code;
+        if (const DWORD code = AddEntry(pairs.Source(), pairs.Target(), kStored)) {
+            TracePrint(kWarning, 3, "%s", "AddEntry failed.\n");
+            return code;
+        }
+        pairs.HandExactTo(*EntryAt(EntryCount() - 1));
     }
-    return ERROR_SUCCESS;
-}
-
-DWORD PendingFileInfoNT::AddPair(PairReader::Text source, PairReader::Text target, TextNarrower (&texts)[2])
-{
-    ExactText exactSource;
-    ExactText exactTarget;
-    if (const DWORD code = texts[0].Narrow(source, exactSource))
-        return code;
-    if (const DWORD code = texts[1].Narrow(target, exactTarget))
-        return code;
-    if (const DWORD code = AddEntry(texts[0].Get(), texts[1].Get(), kStored)) {
-        TracePrint(kWarning, 3, "%s", "AddEntry failed.\n");
-        return code;
-    }
-    EntryAt(EntryCount() - 1)->SetExact(static_cast<ExactText&&>(exactSource), static_cast<ExactText&&>(exactTarget));
     return ERROR_SUCCESS;
 }
 
 DWORD PendingFileInfoNT::UpdateInfo()
+{
+    SessionManagerKey key;
+    PendingChange change = {key};
+    return UpdateInfo(change);
+}
+
+DWORD PendingFileInfoNT::UpdateInfo(PendingChange& change)
 {
     FunctionScope scope("PendingFileInfoNT::UpdateInfo", 2);
     if (!InfoReceived()) {
@@ -186,105 +149,98 @@ DWORD PendingFileInfoNT::UpdateInfo()
         TracePrint(kInfo, 3, "%s", "Info is up to date - nothing to do.\n");
         return scope.Ok();
     }
-    UniqueRegistryKey key;
-    if (const DWORD code = OpenSessionManager(key)) {
+    if (const DWORD code = change.key.Open()) {
         TracePrint(kError, 3, "RegOpenKeyEx failed to open [%s], error code: [%d]\n", kSessionManagerKey,
                    static_cast<int>(code));
-        DropBelief();
         return scope.Error(code);
     }
-    if (const DWORD code = MergeInto(key.Get()))
+    if (const DWORD code = WriteBack(change))
         return scope.Error(code);
     ReleaseInfo();
     return scope.Ok();
 }
 
-/** Holds what another list has read; what cannot be taken apart counts as empty. */
-void PendingFileInfoNT::Adopt(RenameValue& value)
+DWORD PendingFileInfoNT::WriteBack(PendingChange& change)
 {
-    value_.Swap(value);
-    if (AddPairs() != ERROR_SUCCESS)
-        ReleaseInfo();
-}
-
-/** Writes this list, and behind it what only the value, read again, holds. */
-DWORD PendingFileInfoNT::MergeInto(HKEY key)
-{
-    const bool believed = believed_;
-    believed_ = false;
-    // Of a value that is still as it was received, every pair is in this list:
-    // a second list would only show in the log.
-    const bool readAgain = !IsTracing() && next_.Read(key) == ERROR_SUCCESS;
-    if (readAgain && next_.SameAs(value_))
+    const HKEY key = change.key.Get();
+    if (AreStepsShown())
+        return MergeShown(key);
+    if (change.current) // every pair of the value is in this list
         return StoreOwn(key);
-    UniqueObject<PendingFileInfoNT> others = MakeHeapObject<PendingFileInfoNT>();
-    if (!others) {
-        TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
-    if (believed)
-        return CorrectBelief(key, *others.Get());
-    if (readAgain)
-        others.Get()->Adopt(next_);
-    else
-        others.Get()->ReceiveInfo(); // what cannot be read counts as empty
-    for (DWORD index = 0; index < others.Get()->EntryCount(); ++index) {
-        PendingFileEntry& entry = *others.Get()->EntryAt(index);
-        entry.SetRemoved(HasEntryOf(entry));
-    }
-    return StoreMerged(key, *others.Get());
+    if (const DWORD code = next_.Read(key, valueName_))
+        return code;
+    return next_.SameAs(value_) ? StoreOwn(key) : Merge(key);
 }
 
-/** Others have changed the value: loads the list from it after all, adds the additions to that, and writes it. */
-DWORD PendingFileInfoNT::CorrectBelief(HKEY key, PendingFileInfoNT& additions)
-{
-    DWORD code = ERROR_SUCCESS;
-    for (DWORD index = KeptCount(); index < EntryCount() && code == ERROR_SUCCESS; ++index)
-        code = additions.AddEntry(EntryAt(index)->Source(), EntryAt(index)->Target(), kStored);
-    ReleaseInfo();
-    if (code == ERROR_SUCCESS)
-        code = LoadFrom(key);
-    if (code == ERROR_SUCCESS)
-        SetReceived();
-    else
-        ReleaseInfo();
-    for (DWORD index = 0; index < additions.EntryCount() && code == ERROR_SUCCESS; ++index)
-        code = AddEntry(additions.EntryAt(index)->Source(), additions.EntryAt(index)->Target(), kStored);
-    return code == ERROR_SUCCESS ? StoreOwn(key) : code;
-}
-
-/** Writes this list alone; the value is as it was received, and so is next_. */
 DWORD PendingFileInfoNT::StoreOwn(HKEY key)
 {
-    if (EntryCount() == 0)
-        return ERROR_SUCCESS;
-    const DWORD kept = KeptCount();
-    if (kept)
-        next_.Reopen();
-    else
-        next_.Clear();
-    if (const DWORD code = next_.ReserveFurther(CountChars(kept)))
+    const DWORD first = AnyRemoved() ? 0 : written_;
+    if (const DWORD code = next_.Start(first ? &value_ : nullptr, CountChars(first)))
         return code;
-    const bool allAdded = AddTo(next_, kept);
-    if (const DWORD code = next_.Store(key))
+    AddTo(next_, first);
+    if (const DWORD code = Store(key, next_, value_))
         return code;
-    ForgetKept();
-    value_.Swap(next_);
-    if (allAdded)
-        KeepEntries();
+    written_ = AnyRemoved() ? 0 : EntryCount();
     return ERROR_SUCCESS;
 }
 
-DWORD PendingFileInfoNT::StoreMerged(HKEY key, PendingFileInfoNT& others)
+/** Writes this list, and behind it what only the value, read again, holds. */
+DWORD PendingFileInfoNT::Merge(HKEY key)
 {
-    if (EntryCount() == 0 && others.EntryCount() == 0)
-        return ERROR_SUCCESS;
-    next_.Clear();
-    if (const DWORD code = next_.ReserveFurther(CountChars(0) + others.CountChars(0)))
+    RenameValue merged;
+    if (const DWORD code = merged.Start(nullptr, CountChars(0) + next_.CharsAtMost()))
+        return code;
+    AddTo(merged, 0);
+    PendingFileEntry entry;
+    DWORD count = 0;
+    for (NarrowedPairs pairs(next_); pairs.Next();) {
+        if (const DWORD code = ++count > kMaxEntries ? ERROR_NOT_ENOUGH_MEMORY : pairs.Code())
+            return code;
+        if (const DWORD code = entry.SetEntry(pairs.Source(), pairs.Target()))
+            return code;
+        pairs.HandExactTo(entry);
+        if (!Holds(entry))
+            merged.Add(entry);
+    }
+    written_ = 0;
+    return Store(key, merged, next_);
+}
+
+/** As Merge, by way of a second list, whose steps the log shows. */
+DWORD PendingFileInfoNT::MergeShown(HKEY key)
+{
+    UniqueObject<PendingFileInfoNT> held = MakeHeapObject<PendingFileInfoNT>();
+    if (!held) {
+        TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    PendingFileInfoNT& others = *held.Get();
+    others.valueName_ = valueName_;
+    if (const DWORD code = others.ReceiveInfo())
+        return code;
+    for (DWORD index = 0; index < others.EntryCount(); ++index) {
+        PendingFileEntry& entry = *others.EntryAt(index);
+        entry.SetRemoved(isEntryExist(entry));
+    }
+    if (const DWORD code = next_.Start(nullptr, CountChars(0) + others.CountChars(0)))
         return code;
     AddTo(next_, 0);
     others.AddTo(next_, 0);
-    return next_.Store(key);
+    written_ = 0;
+    return Store(key, next_, others.value_);
+}
+
+/** @param present  What the value holds now. */
+DWORD PendingFileInfoNT::Store(HKEY key, RenameValue& value, const RenameValue& present)
+{
+    if (const DWORD code = present.Refusal())
+        return code;
+    if (value.Empty() && !present.Exists())
+        return ERROR_SUCCESS; // a value that comes into being would ask for a restart
+    if (const DWORD code = value.Store(key, valueName_))
+        return code;
+    value_.Swap(value);
+    return ERROR_SUCCESS;
 }
 
 /** Counts from an entry on, as AddTo adds. */
@@ -298,17 +254,12 @@ size_t PendingFileInfoNT::CountChars(DWORD first)
     return chars;
 }
 
-/** @return whether there was no removed entry among them. */
-bool PendingFileInfoNT::AddTo(RenameValue& pairs, DWORD first)
+void PendingFileInfoNT::AddTo(RenameValue& pairs, DWORD first)
 {
-    bool all = true;
     for (DWORD index = first; index < EntryCount(); ++index) {
-        if (EntryAt(index)->Removed())
-            all = false;
-        else
+        if (!EntryAt(index)->Removed())
             pairs.Add(*EntryAt(index));
     }
-    return all;
 }
 
 } // namespace tarvo

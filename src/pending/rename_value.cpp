@@ -1,14 +1,19 @@
 #include "pending/rename_value.h"
 
+#include <winternl.h>
+
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
 
 #include "frame/trace.h"
 
+extern "C" NTSTATUS NTAPI NtQueryValueKey(HANDLE key, const UNICODE_STRING* name, int informationClass,
+                                          void* information, ULONG size, ULONG* needed);
+
 namespace tarvo {
 namespace {
 
-constexpr wchar_t kValueName[] = L"PendingFileRenameOperations";
 constexpr int kMaxReads = 8;
 
 bool IsTextType(DWORD type)
@@ -27,48 +32,101 @@ bool IsAscii(wchar_t character)
     return character < 0x80;
 }
 
-} // namespace
-
-DWORD RenameValue::QuerySize(HKEY key, DWORD& bytes) const
+/** In steps of eight bytes: the runtime's comparison takes as long as reading the value does. */
+bool SameChars(const wchar_t* left, const wchar_t* right, size_t count)
 {
-    bytes = 0;
-    return static_cast<DWORD>(RegQueryValueExW(key, kValueName, nullptr, nullptr, nullptr, &bytes));
+    constexpr size_t kStep = sizeof(uint64_t) / sizeof(wchar_t);
+    for (; count >= kStep; count -= kStep, left += kStep, right += kStep) {
+        uint64_t parts[2];
+        memcpy(&parts[0], left, sizeof parts[0]);
+        memcpy(&parts[1], right, sizeof parts[1]);
+        if (parts[0] != parts[1])
+            return false;
+    }
+    for (; count && *left == *right; --count, ++left, ++right) {
+    }
+    return count == 0;
 }
 
-DWORD RenameValue::QueryData(HKEY key, DWORD& bytes, bool& grew)
+/** In steps of four bytes: most of a merge is this. @return false if there is another character */
+bool WidenAscii(const char* text, size_t count, wchar_t* wide)
+{
+    uint32_t bits = 0;
+    for (; count >= sizeof bits; count -= sizeof bits, text += sizeof bits, wide += sizeof bits) {
+        uint32_t bytes;
+        memcpy(&bytes, text, sizeof bytes);
+        bits |= bytes;
+        const uint32_t pairs[] = {(bytes & 0xFF) | (bytes & 0xFF00) << 8,
+                                  (bytes >> 16 & 0xFF) | (bytes >> 8 & 0xFF0000)};
+        memcpy(wide, pairs, sizeof pairs);
+    }
+    for (; count; --count)
+        bits |= * wide++ = static_cast<unsigned char>(*text++);
+    return (bits & 0x80808080) == 0;
+}
+
+/** @return the length of a star and digits in front of a stored form. */
+size_t MarkerLength(PairReader::Text text)
+{
+    size_t at = 1;
+    if (text.length == 0 || text.begin[0] != L'*')
+        return 0;
+    while (at < text.length && text.begin[at] >= L'0' && text.begin[at] <= L'9')
+        ++at;
+    const bool stored = at < text.length && (text.begin[at] == L'\\' || text.begin[at] == L'!');
+    return stored && at > 1 ? at : 0;
+}
+
+} // namespace
+
+DWORD RenameValue::QueryData(HKEY key, const wchar_t* name, DWORD& bytes, bool& grew)
 {
     DWORD type = REG_NONE;
-    const auto code = static_cast<DWORD>(
-        RegQueryValueExW(key, kValueName, nullptr, &type, reinterpret_cast<BYTE*>(data_.Get()), &bytes));
+    const auto code =
+        static_cast<DWORD>(RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(Chars()), &bytes));
     grew = code == ERROR_MORE_DATA;
     if (code != ERROR_SUCCESS)
         return code;
     return IsTextType(type) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
-/** Reads into the room that an earlier reading or writing has left, if the value is there and fits. */
-bool RenameValue::ReadIntoRoom(HKEY key)
+/**
+ * Reads into the room that an earlier reading or writing has left, if the value is there and fits: by the call that
+ * MoveFileEx uses itself, for RegQueryValueEx would read into a block of its own first and then copy.
+ */
+bool RenameValue::ReadIntoRoom(HKEY key, const wchar_t* name)
 {
-    auto bytes = static_cast<DWORD>(room_ * sizeof(wchar_t));
-    bool grew = false;
-    if (bytes == 0 || QueryData(key, bytes, grew) != ERROR_SUCCESS)
+    if (room_ == 0)
         return false;
-    length_ = bytes / sizeof(wchar_t);
+    constexpr int kPartialInformation = 2;
+    const auto nameBytes = static_cast<USHORT>(wcslen(name) * sizeof(wchar_t));
+    const UNICODE_STRING value = {nameBytes, nameBytes, const_cast<wchar_t*>(name)};
+    const auto bytes = static_cast<ULONG>((kHeaderChars + room_) * sizeof(wchar_t));
+    ULONG read = 0;
+    if (NtQueryValueKey(key, &value, kPartialInformation, block_.Get(), bytes, &read) != 0)
+        return false;
+    Header header;
+    memcpy(&header, block_.Get(), sizeof header);
+    if (!IsTextType(header.type))
+        return false;
+    length_ = header.bytes / sizeof(wchar_t);
     return length_ != 0;
 }
 
-DWORD RenameValue::Read(HKEY key)
+DWORD RenameValue::Read(HKEY key, const wchar_t* name)
 {
     length_ = 0;
-    if (ReadIntoRoom(key))
+    state_ = ERROR_SUCCESS;
+    if (ReadIntoRoom(key, name))
         return ERROR_SUCCESS;
     DWORD code = ERROR_SUCCESS;
     bool grew = true;
     for (int read = 0; grew && read < kMaxReads; ++read) {
         DWORD bytes = 0;
-        code = QuerySize(key, bytes);
+        code = static_cast<DWORD>(RegQueryValueExW(key, name, nullptr, nullptr, nullptr, &bytes));
         if (code == ERROR_FILE_NOT_FOUND || bytes == 0) {
-            TracePrint(kInfo, 3, "%s", "PendingFileRenameOperations registry value does not exist.\n");
+            state_ = code;
+            TracePrint(kInfo, 3, "%ls registry value does not exist.\n", name);
             return ERROR_SUCCESS;
         }
         if (code != ERROR_SUCCESS)
@@ -76,20 +134,21 @@ DWORD RenameValue::Read(HKEY key)
         if ((code = Reserve(bytes / sizeof(wchar_t) + 1)) != ERROR_SUCCESS)
             return code;
         const DWORD room = bytes;
-        code = QueryData(key, bytes, grew);
+        if (ReadIntoRoom(key, name))
+            return ERROR_SUCCESS;
+        code = QueryData(key, name, bytes, grew);
         if (code == ERROR_SUCCESS)
             length_ = (bytes < room ? bytes : room) / sizeof(wchar_t);
     }
     if (code != ERROR_SUCCESS)
-        TracePrint(kWarning, 3, "RegQueryValueEx failed to read [%s], error code: [%d].\n", kRenameValueName,
+        TracePrint(kWarning, 3, "RegQueryValueEx failed to read [%ls], error code: [%d].\n", name,
                    static_cast<int>(code));
     return code;
 }
 
 bool RenameValue::SameAs(const RenameValue& other) const
 {
-    return length_ == other.length_ &&
-           (length_ == 0 || memcmp(data_.Get(), other.data_.Get(), length_ * sizeof(wchar_t)) == 0);
+    return state_ == other.state_ && length_ == other.length_ && SameChars(Chars(), other.Chars(), length_);
 }
 
 void RenameValue::Swap(RenameValue& other)
@@ -99,29 +158,32 @@ void RenameValue::Swap(RenameValue& other)
     *this = static_cast<RenameValue&&>(moved);
 }
 
-/** Makes room for that many characters in all. What is there stays. */
+/** Makes room for that many characters in all. What is there goes. */
 DWORD RenameValue::Reserve(size_t room)
 {
+    length_ = 0;
     if (room <= room_)
         return ERROR_SUCCESS;
-    ExactText data;
-    if (!data.Allocate(room)) {
+    room_ = 0;
+    if (!block_.Allocate(kHeaderChars + room)) {
         TracePrint(kWarning, 3, "%s", "Can't allocate memory.\n");
         return ERROR_NOT_ENOUGH_MEMORY;
     }
-    if (length_)
-        memcpy(data.Get(), data_.Get(), length_ * sizeof(wchar_t));
-    data_ = static_cast<ExactText&&>(data);
     room_ = room;
     return ERROR_SUCCESS;
 }
 
-DWORD RenameValue::ReserveFurther(size_t chars)
+DWORD RenameValue::Start(const RenameValue* front, size_t chars)
 {
-    const size_t needed = length_ + chars + 1;
-    if (needed <= room_)
-        return ERROR_SUCCESS;
-    return Reserve(needed + needed / 2); // a value that grows pair by pair would else be moved each time
+    const size_t before = front ? front->length_ - 1 : 0; // without the closing zero
+    const size_t needed = before + chars + 1;
+    // A value that grows pair by pair would else get a new block each time.
+    if (const DWORD code = Reserve(needed <= room_ ? needed : needed + needed / 2))
+        return code;
+    if (before)
+        memcpy(Chars(), front->Chars(), before * sizeof(wchar_t));
+    length_ = before;
+    return ERROR_SUCCESS;
 }
 
 PairReader::Text PairReader::Take()
@@ -166,35 +228,67 @@ bool TextNarrower::NarrowAscii(PairReader::Text wide)
     return true;
 }
 
-DWORD TextNarrower::Narrow(PairReader::Text wide, ExactText& exact)
+/** @param scratch  Has room for as many characters. */
+bool TextNarrower::NarrowAny(PairReader::Text wide, wchar_t* scratch)
 {
-    constexpr size_t kMaxBytesPerChar = 4;
-    exact.Reset();
-    if (const DWORD code = Reserve(wide.length * kMaxBytesPerChar + 1))
-        return code;
-    if (NarrowAscii(wide))
-        return ERROR_SUCCESS;
     const int length = static_cast<int>(wide.length);
     const int bytes =
         WideCharToMultiByte(CP_ACP, 0, wide.begin, length, text_.Get(), static_cast<int>(room_ - 1), nullptr, nullptr);
     text_[static_cast<size_t>(bytes)] = '\0';
     // Only what comes back as it was is held by the code page: best-fit
     // characters and the default character do not.
-    if (!exact.Allocate(wide.length + 1))
-        return ERROR_NOT_ENOUGH_MEMORY;
-    const int back = MultiByteToWideChar(CP_ACP, 0, text_.Get(), bytes, exact.Get(), length);
-    if (back == length && wmemcmp(exact.Get(), wide.begin, wide.length) == 0) {
-        exact.Reset();
+    const int back = MultiByteToWideChar(CP_ACP, 0, text_.Get(), bytes, scratch, length);
+    return back == length && wmemcmp(scratch, wide.begin, wide.length) == 0;
+}
+
+DWORD TextNarrower::Narrow(PairReader::Text wide, ExactText& exact)
+{
+    constexpr size_t kMaxBytesPerChar = 4;
+    exact = ExactText();
+    const size_t marker = MarkerLength(wide);
+    const PairReader::Text text = {wide.begin + marker, wide.length - marker};
+    if (const DWORD code = Reserve(text.length * kMaxBytesPerChar + 1))
+        return code;
+    const bool ascii = NarrowAscii(text);
+    if (ascii && !marker)
         return ERROR_SUCCESS;
-    }
-    wmemcpy(exact.Get(), wide.begin, wide.length);
-    exact[wide.length] = L'\0';
+    if (!exact.text.Allocate(wide.length + 1))
+        return ERROR_NOT_ENOUGH_MEMORY;
+    wchar_t* const copy = exact.text.Get();
+    if (!ascii && !NarrowAny(text, copy))
+        exact.unheld = copy + marker;
+    else if (!marker)
+        return exact.text.Reset(), ERROR_SUCCESS;
+    wmemcpy(copy, wide.begin, wide.length);
+    copy[wide.length] = L'\0';
     return ERROR_SUCCESS;
+}
+
+bool NarrowedPairs::Next()
+{
+    if (!pairs_.Next(wideSource_, wideTarget_))
+        return false;
+    code_ = source_.Narrow(wideSource_, exactSource_);
+    if (code_ == ERROR_SUCCESS)
+        code_ = target_.Narrow(wideTarget_, exactTarget_);
+    return true;
+}
+
+void NarrowedPairs::HandExactTo(PendingFileEntry& entry)
+{
+    entry.SetExact(static_cast<ExactText&&>(exactSource_), static_cast<ExactText&&>(exactTarget_));
 }
 
 size_t RenameValue::CharsOf(const PendingFileEntry& entry)
 {
     return WideLength(entry.Source(), entry.ExactSource()) + 1 + WideLength(entry.Target(), entry.ExactTarget()) + 1;
+}
+
+void RenameValue::AddChars(const wchar_t* text, size_t length)
+{
+    memcpy(Chars() + length_, text, length * sizeof(wchar_t));
+    length_ += length;
+    Chars()[length_++] = L'\0';
 }
 
 void RenameValue::Add(const PendingFileEntry& entry)
@@ -205,28 +299,21 @@ void RenameValue::Add(const PendingFileEntry& entry)
 
 void RenameValue::AddText(const char* text, const wchar_t* exact)
 {
-    wchar_t* at = data_.Get() + length_;
-    if (exact) {
-        const size_t size = wcslen(exact) + 1;
-        wmemcpy(at, exact, size);
-        length_ += size;
-        return;
-    }
-    size_t ascii = 0;
-    for (; text[ascii] && IsAscii(static_cast<unsigned char>(text[ascii])); ++ascii)
-        at[ascii] = static_cast<wchar_t>(text[ascii]);
-    if (!text[ascii]) {
-        at[ascii] = L'\0';
-        length_ += ascii + 1;
-        return;
-    }
-    length_ += static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text, -1, at, static_cast<int>(room_ - length_)));
+    if (exact)
+        return AddChars(exact, wcslen(exact));
+    const size_t length = strlen(text);
+    wchar_t* const at = Chars() + length_;
+    const bool ascii = WidenAscii(text, length + 1, at);
+    length_ +=
+        ascii ? length + 1
+              : static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text, -1, at, static_cast<int>(room_ - length_)));
 }
 
-DWORD RenameValue::Store(HKEY key)
+DWORD RenameValue::Store(HKEY key, const wchar_t* name)
 {
-    data_[length_++] = L'\0';
-    const LSTATUS code = RegSetValueExW(key, kValueName, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(data_.Get()),
+    Chars()[length_++] = L'\0';
+    state_ = ERROR_SUCCESS;
+    const LSTATUS code = RegSetValueExW(key, name, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(Chars()),
                                         static_cast<DWORD>(length_ * sizeof(wchar_t)));
     if (code != ERROR_SUCCESS)
         TracePrint(kError, 3, "RegSetValueEx failed, error code: [%d].\n", static_cast<int>(code));

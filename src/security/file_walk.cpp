@@ -5,6 +5,7 @@
 
 #include "base/growing_bytes.h"
 #include "base/path.h"
+#include "files/file_identity.h"
 #include "files/path_utils.h"
 #include "frame/trace.h"
 #include "security/tree_walkers.h"
@@ -58,25 +59,6 @@ private:
     size_t length_ = 0;
     size_t room_ = 0; // bytes
 };
-
-/** What tells a directory from all others, by whatever path it is reached. */
-struct DirectoryIdentity {
-    DWORD volume;
-    DWORD indexHigh;
-    DWORD indexLow;
-    friend bool operator==(const DirectoryIdentity&, const DirectoryIdentity&) = default;
-};
-
-bool Identify(const char* path, DirectoryIdentity& identity)
-{
-    const UniqueFile directory(CreateFileA(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION information = {};
-    if (!directory || !GetFileInformationByHandle(directory.Get(), &information))
-        return false;
-    identity = {information.dwVolumeSerialNumber, information.nFileIndexHigh, information.nFileIndexLow};
-    return identity.indexHigh != 0 || identity.indexLow != 0; // a file system that keeps no such numbers tells 0
-}
 
 /** One object that the walk is in. */
 struct Level {
@@ -176,7 +158,7 @@ private:
     /** Each target is entered through one link alone: links among folders lead along countless paths. */
     bool ShallEnter()
     {
-        DirectoryIdentity target;
+        FileIdentity target;
         if (!(entry_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) || !Identify(path_.Get(), target))
             return true;
         // Without memory better not entered than never left.
@@ -184,9 +166,9 @@ private:
                entered_.Append({reinterpret_cast<const char*>(&target), sizeof target});
     }
 
-    bool WasEntered(const DirectoryIdentity& target) const
+    bool WasEntered(const FileIdentity& target) const
     {
-        const auto* const entered = reinterpret_cast<const DirectoryIdentity*>(entered_.View().data());
+        const auto* const entered = reinterpret_cast<const FileIdentity*>(entered_.View().data());
         for (size_t index = 0; index < entered_.Size() / sizeof target; ++index) {
             if (entered[index] == target)
                 return true;
@@ -195,14 +177,14 @@ private:
     }
 
     /** Tells whether a link leads to one of the directories that the walk is in. */
-    bool LeadsBack(const DirectoryIdentity& target) const
+    bool LeadsBack(const FileIdentity& target) const
     {
         HeapText path;
         if (!path.Copy(path_.Get()))
             return true;
         for (const Level* level = deepest_.Get(); level; level = level->parent.Get()) {
             path[level->pathLength] = '\0';
-            DirectoryIdentity above;
+            FileIdentity above;
             if (Identify(path.Get(), above) && above == target)
                 return true;
         }

@@ -4,6 +4,7 @@
 #include "base/path.h"
 #include "files/path_utils.h"
 #include "frame/scope.h"
+#include "pending/clearing.h"
 #include "registry/deletion.h"
 #include "tarvo/tarvo.h"
 #include "uninstall/entries.h"
@@ -106,9 +107,12 @@ bool NamesOneFile(const char* path)
 void DeletePath(const char* path)
 {
     // No recording writes such paths; in the uninstaller's folder they would name something else.
-    if (!NamesOneFile(path))
+    if (!NamesOneFile(path)) {
         TracePrint(kWarning, 3, "Path [%s] is not full, passed over.\n", path);
-    else if (!IsPathExist(path, 1))
+        return;
+    }
+    ClearRenamesOnto(path, nullptr); // or the restart would bring it back
+    if (!IsPathExist(path, 1))
         TracePrint(kInfo, 3, "File or directory [%s] does not exist...\n", path);
     else if (IsPathDirectory(path))
         DeleteDirectoryOrDefer(path);

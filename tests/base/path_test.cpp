@@ -32,6 +32,7 @@ TEST(Path, JoinsWhatFits)
         std::string joined;
     } joins[] = {
         {"", "f", "", "f"},
+        {"C:", "f", "x", "C:f.x"},
         {"C:\\d", "f", "", "C:\\d\\f"},
         {"C:\\d\\", "f", "", "C:\\d\\f"},
         {"C:/d/", "f", "", "C:/d/f"},

@@ -145,6 +145,22 @@ TEST_F(FileRecords, Copying)
         stage.Call(&TARVO_CopyFileEx, Stage::File("new\\..\\a.txt", "new"), target, FALSE, stage.Number("restart"));
         TellState(stage);
     });
+    Case("a copy that is in place takes the staged ones away", [](Stage& stage) {
+        const std::string file = Stage::File("b.txt", "old");
+        kit::PendingValue::Pairs pairs;
+        for (const char* name : {"b.1", "b.998", "b.999", "b.01", "c.1"}) {
+            Stage::File(name);
+            pairs.emplace_back(R"(\??\)" + Stage::Folder(name), R"(!\??\)" + file);
+        }
+        kit::PendingValue::Write(pairs);
+        SetFileAttributesA(Stage::Folder("B.1").c_str(), FILE_ATTRIBUTE_READONLY);
+        stage.Call(&TARVO_CopyFile, Stage::File("a", "new"), file, FALSE);
+        stage.Check(&TARVO_RenameAfterReboot, Stage::Folder("b.999"), Stage::Folder("b"));
+        stage.Check(&TARVO_RenameAfterReboot, Stage::Folder("b.01"), file);
+        stage.Check(&TARVO_RenameAfterReboot, Stage::File("b.2"), file);
+        stage.Check(&TARVO_CopyFileEx, Stage::Folder("b.2"), file, FALSE, nullptr);
+        TellState(stage);
+    });
     Case("a source in the target's folder is moved itself", [](Stage& stage) {
         const kit::FileLock lock(Stage::File("b", "old"));
         stage.Call(&TARVO_CopyFileEx, Stage::File("a", "new"), "c:\\TARVO-record\\b", FALSE, nullptr);
@@ -155,6 +171,15 @@ TEST_F(FileRecords, Copying)
 TEST_F(FileRecords, Moving)
 {
     Open("files/moving");
+    Case("a move of a file onto itself never deletes it", {.failures = false, .allocations = false}, [](Stage& stage) {
+        const std::string file = Stage::File("a", "content");
+        stage.Check(&TARVO_MoveFileEx, file, file, FALSE, stage.Number("restart"));
+        stage.Check(&TARVO_MoveFileEx, file, Stage::Folder("A"), FALSE, stage.Number("restart"));
+        stage.TellFolder();
+        CreateHardLinkA(Stage::Folder("link").c_str(), file.c_str(), nullptr);
+        stage.Check(&TARVO_MoveFileEx, file, Stage::Folder("link"), FALSE, stage.Number("restart"));
+        TellState(stage);
+    });
     Case("a move goes over a read-only file and clears what was pending for it", [](Stage& stage) {
         stage.Call(&TARVO_MoveFileEx, Stage::File("a", "new"), DeferAround(ReadOnlyFile("b")), FALSE,
                    stage.Number("restart"));
@@ -217,6 +242,17 @@ void CallAll(Stage& stage, const std::string& target)
     TellState(stage);
 }
 
+/** Calls what creates, copies or moves with a path that is refused, as source and as destination. */
+void CheckPath(Stage& stage, const std::string& source, const std::string& destination, const std::string& path)
+{
+    stage.Check(&TARVO_CreateDirectory, path);
+    for (const auto& [from, to] : {std::pair(source, path), std::pair(path, destination)}) {
+        stage.Check(&TARVO_CopyFile, from, to, FALSE);
+        stage.Check(&TARVO_CopyFileEx, from, to, FALSE, stage.Number("restart"));
+        stage.Check(&TARVO_MoveFileEx, from, to, FALSE, stage.Number("restart"));
+    }
+}
+
 TEST_F(FileRecords, Obstacles)
 {
     constexpr Ways kOnce = {.failures = false, .allocations = false};
@@ -256,15 +292,21 @@ TEST_F(FileRecords, Obstacles)
         const std::string target = Stage::Folder("b");
         const std::string longPath = Stage::Folder(std::string(300, 'x'));
         stage.HideText(longPath, "<long>");
-        DWORD restart = 77;
-        // The system itself refuses these, each with a code of its own.
-        for (const DWORD code :
-             {TARVO_CreateDirectory(longPath.c_str()), TARVO_CopyFile(file.c_str(), longPath.c_str(), FALSE),
-              TARVO_CopyFileEx(longPath.c_str(), target.c_str(), FALSE, &restart),
-              TARVO_MoveFileEx(longPath.c_str(), target.c_str(), FALSE, &restart)})
-            stage.Tell("a long path", code ? "refused" : "taken");
-        stage.Check(&TARVO_CopyFileEx, file, longPath + "\\b", FALSE, stage.Number("restart"));
-        stage.Check(&TARVO_DeleteFileEx, longPath, stage.Number("restart"));
+        for (const std::string& path : {longPath, std::string(259, 'y'), std::string(260, 'y')})
+            stage.Check(&TARVO_DeleteFileEx, path, stage.Number("restart"));
+        stage.Check(&TARVO_DeleteAfterReboot, longPath);
+        stage.Check(&TARVO_ResetFileReadOnlyAttribute, longPath, 0);
+        CheckPath(stage, file, target, longPath);
+        TellState(stage);
+    });
+    Case("names that no file can have are refused, and no name", kOnce, [](Stage& stage) {
+        const std::string file = Stage::File("a", "new");
+        for (const char* name : {"?", "*", "<", ">", "\"", "|", "d|\\e"})
+            CheckPath(stage, file, Stage::Folder("b"), Stage::Folder(name));
+        stage.Check(&TARVO_CopyFile, R"(\\?\)" + file, R"(\\?\)" + Stage::Folder("b"), FALSE);
+        stage.Check(&TARVO_CopyFile, file, "", FALSE);
+        stage.Check(&TARVO_CopyFileEx, file, "", FALSE, stage.Number("restart"));
+        stage.Check(&TARVO_MoveFileEx, file, "", FALSE, stage.Number("restart"));
         TellState(stage);
     });
 }

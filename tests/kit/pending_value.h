@@ -9,6 +9,9 @@
 
 namespace kit {
 
+/** NtQueryValueKey, with which the value is read into room that is there. */
+using NativeQuery = LONG(NTAPI*)(HANDLE, const void*, int, void*, ULONG, ULONG*);
+
 /** The Session Manager's value PendingFileRenameOperations, read and written by plain Win32. */
 class PendingValue {
 public:

@@ -2,6 +2,7 @@
 
 #include <lm.h>
 #include <shlobj.h>
+#include <winternl.h>
 
 #include <algorithm>
 #include <cstring>
@@ -111,6 +112,8 @@ constexpr PlatformCall kCalls[] = {
     {"NetUserAdd", "wide num user .", "code"},
     {"NetUserDel", "wide wide", "code"},
     {"NetUserModalsGet", "wide num >h:buffer", "code"},
+    // ntdll
+    {"NtQueryValueKey", "h unicode num ptr . >num", "code"},
     // ole32, shell32
     {"CoCreateInstance", ". ptr num iid >com", "hresult"},
     {"CoInitialize", "ptr", "hresult"},
@@ -295,6 +298,7 @@ constexpr struct Kind {
 } kKinds[] = {
     {"text", Of<Text>},
     {"wide", Of<Wide>},
+    {"unicode", Of<[](const UNICODE_STRING* text) { return Wide(text->Buffer); }>},
     {"num", Of<Signed>},
     {"hex", Of<Hex>},
     {"ptr", Of<[](const void* pointer) { return std::string(pointer ? "given" : "null"); }>},

@@ -18,7 +18,7 @@ TEST(PendingList, LookUpTouchesFewEntries)
     for (int slot = 0; slot < PendingChains::kMaxSlots; ++slot) {
         const std::string folder = "\\??\\C:\\Program Files\\Vendor\\bin" + std::to_string(slot % 7);
         const auto hash = HashNoCase((folder + "\\module" + std::to_string(slot) + ".dll").c_str());
-        chains->Add(slot, hash);
+        chains->Add(hash);
         longest = std::max(longest, chains->Length(hash));
     }
     EXPECT_LE(longest, 12);

@@ -179,6 +179,19 @@ TEST_F(UninstallRecords, Files)
         stage.TellFolder();
         stage.TellPending();
     });
+    Case("the restart brings back nothing that goes, or has gone", kOnce, [](Stage& stage) {
+        Subfolder("d");
+        const std::string stored = R"(\??\)" + Stage::Folder("d\\f");
+        Stage::File("d\\f.1");
+        kit::PendingValue::Write({{stored + ".1", "!" + stored + ".exe"},
+                                  {stored + ".1", "!" + stored + ".no"},
+                                  {stored + ".1", "!" + stored}});
+        OpenLog(
+            {"[Files]", Stage::Folder("d") + "=1", Stage::File("d\\f.exe") + "=1", Stage::Folder("d\\f.no") + "=1"});
+        stage.Call(&TARVO_PerformUnInstall, TARVO_UNINSTALL_FILES);
+        stage.TellFolder();
+        stage.TellPending();
+    });
     Case("a file that can be neither deleted nor deferred stays", kOnce, [](Stage& stage) {
         const std::string file = Stage::File("f");
         const kit::FileLock lock(file);

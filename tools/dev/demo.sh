@@ -38,6 +38,7 @@ main() {
     look_at_new_machine
     install_version_1
     leave_program_running
+    queue_deletion_elsewhere
     install_version_2
     restart_into_version_2
     uninstall
@@ -134,6 +135,12 @@ leave_program_running() {
     check "it tells: lantern 1 with wick 1" is "lantern 1 with wick 1" "$told"
 }
 
+queue_deletion_elsewhere() {
+    step "Another program has the program's file deleted at the next restart"
+    check "by MoveFileEx" windows "$built/cleaner.exe" "$folder_in_windows\\lantern.exe"
+    pending | indent
+}
+
 install_version_2() {
     step "Version 2 is installed over it"
     run_setup "$restart_needed" "$built/$setup_name-2.exe"
@@ -150,8 +157,9 @@ install_version_2() {
         "$(registry 32 "$product_key" Version) $(registry 64 "$product_key" Version)"
     tell "pending at the Session Manager:"
     pending | indent
-    check "just these: the new program over the old one, and the old library's deletion" is \
-        "\\??\\$folder_in_windows\\lantern.1 -> !\\??\\$folder_in_windows\\lantern.exe
+    check "just these: the other program's deletion, after it the new program over the old one, and the old library's deletion" is \
+        "\\??\\$folder_in_windows\\lantern.exe -> (deleted)
+\\??\\$folder_in_windows\\lantern.1 -> !\\??\\$folder_in_windows\\lantern.exe
 \\??\\$folder_in_windows\\wick.dll -> (deleted)" "$(pending)"
 }
 
