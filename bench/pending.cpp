@@ -172,7 +172,7 @@ void CompareMerging(Report& report, const Library& library, const PendingValue& 
     const auto check = [&] { Require(value.CountRenames() == 10000, "finding 10000 renames in the value"); };
     const auto readAndWrite = [&] { Require(value.Write(value.Read()), "writing the value"); };
     library.SetPFOsImmediateFlush(0);
-    report.Compare("merging 5000 own entries into a value of 5000 others", "reading and writing that value once", 2.5,
+    report.Compare("merging 5000 own entries into a value of 5000 others", "reading and writing that value once", 4.5,
                    {merge, prepareMerge, check}, {readAndWrite, addOthers});
 }
 

@@ -12,7 +12,10 @@
  * - "Recorded" means: written into the uninstall log, if TARVO_StartUninstallLogging has named one. Recording never
  *   fails the call that records.
  * - "Deferred" means: put on the Session Manager's list of renames and deletions (PendingFileRenameOperations),
- *   which the next restart carries out.
+ *   which the next restart carries out: on one volume alone, and not on network paths. On a 64-bit Windows a path
+ *   below System32 is put there as the one that it means now, below SysWOW64.
+ * - Where a path is taken for a file, more than 259 characters give ERROR_FILENAME_EXCED_RANGE (206); where one comes
+ *   into being, a name that no file can have gives ERROR_INVALID_NAME (123), and none ERROR_INVALID_PARAMETER.
  */
 #ifndef TARVO_TARVO_H
 #define TARVO_TARVO_H
@@ -112,15 +115,15 @@ DWORD __cdecl TARVO_ResetFileReadOnlyAttribute(_In_z_ const char* path, DWORD at
 
 /**
  * Copies a file at once (CopyFile); a read-only destination is made writable first. The destination is recorded and
- * freed of deferred operations.
+ * freed of deferred operations, copies made for them included.
  * @return 0; ERROR_FILE_EXISTS with failIfExists; or CopyFile's code. Nothing is deferred.
  */
 DWORD __cdecl TARVO_CopyFile(_In_z_ const char* source, _In_z_ const char* destination, BOOL failIfExists);
 
 /**
  * Copies a file, over a locked one too: then the source goes to a free name beside the destination (name.1 to
- * name.998; a source in the same folder stays where it is) and its move onto the destination is deferred. The
- * destination is recorded.
+ * name.998; a source in the same folder stays where it is) and its move onto the destination is deferred. A copy that
+ * cannot be deferred goes again. The destination is recorded.
  * @param needRestart  Receives 1 if deferred, else 0; may be NULL.
  * @return 0; ERROR_FILE_EXISTS with failIfExists; ERROR_FILENAME_EXCED_RANGE, no room for such a name; the code of
  *         reading the source's attributes, of the copy beside the destination, or of TARVO_RenameAfterReboot.
@@ -129,8 +132,8 @@ DWORD __cdecl TARVO_CopyFileEx(_In_z_ const char* source, _In_z_ const char* des
                                _Out_opt_ DWORD* needRestart);
 
 /**
- * Moves a file (MoveFile), replacing the destination; where that fails now, the move is deferred. The destination is
- * recorded.
+ * Moves a file (MoveFile), replacing the destination; where that fails now, the move is deferred, which works on one
+ * volume alone. A destination that is the source by another name is not deleted. The destination is recorded.
  * @param needRestart  Receives 1 if deferred, else 0; may be NULL.
  * @return 0; ERROR_FILE_EXISTS with failIfExists; the code of reading the source's attributes or of
  *         TARVO_RenameAfterReboot.
@@ -158,24 +161,25 @@ DWORD __cdecl TARVO_DeleteAfterReboot(_In_z_ const char* path);
 /**
  * Reads the list into memory; changes not yet written are written first.
  * @return 0; ERROR_INVALID_DATA, the value is no text list; ERROR_NOT_ENOUGH_MEMORY, also for more than 5120
- *         operations; or the registry's code.
+ *         operations; the code of writing changes, which then stay pending; or the registry's code.
  */
 DWORD __cdecl TARVO_ReceivePFOsInfo(void);
 
-/** Writes changes back, keeping what others have added meanwhile. @return 0, or the registry's code; then all stays
- * pending. */
+/** Writes changes back, keeping what others have added meanwhile. @return 0, or as TARVO_ReceivePFOsInfo; then the
+ * value is as it was, and all stays pending. */
 DWORD __cdecl TARVO_UpdatePFOsInfo(void);
 
 /**
  * Defers a rename that replaces the target, or, with target NULL or "", a deletion. The same call twice defers twice.
+ * Relative paths are made full.
  * @return 0; ERROR_INVALID_PARAMETER, no source; ERROR_NOT_ENOUGH_MEMORY, also when 5120 operations are in memory;
  *         or the code of reading or writing the list.
  */
 DWORD __cdecl TARVO_RenameAfterReboot(_In_z_ const char* source, _In_opt_z_ const char* target);
 
 /**
- * Takes operations off the list; finding none is no error. NULL for both takes off all, those of others too; Inno
- * Setup hands an empty text over as NULL.
+ * Takes operations off the list, PendingFileRenameOperations2 included; finding none is no error. NULL for both takes
+ * off all, those of others too; Inno Setup hands an empty text over as NULL.
  * @param source       Full path, or NULL for any source.
  * @param destination  Full path, "NUL" for deletions only, or NULL for any target.
  * @return 0, or the code of reading or writing the list.
@@ -334,7 +338,7 @@ DWORD __cdecl TARVO_CloseRollBackLog(void);
 
 /**
  * Removes what the open log lists of one kind, contents before containers. Single failures are traced only; paths that
- * are not full are passed over and traced as a warning.
+ * are not full are passed over and traced as a warning. Deferred renames onto a listed path are taken off the list.
  * @param operation  TARVO_UNINSTALL_...
  * @return 0; TARVO_ERROR_NO_LOG, no log is open; ERROR_INVALID_PARAMETER, no such operation; or the code of reading the
  * log.

@@ -12,7 +12,7 @@ bool Identify(const char* path, FileIdentity& identity)
     if (!file || !GetFileInformationByHandle(file.Get(), &information))
         return false;
     identity = {information.dwVolumeSerialNumber, information.nFileIndexHigh, information.nFileIndexLow};
-    return true;
+    return identity.indexHigh != 0 || identity.indexLow != 0; // a file system that keeps no such numbers tells 0
 }
 
 } // namespace tarvo

@@ -148,7 +148,9 @@ DWORD RenameValue::Read(HKEY key, const wchar_t* name)
 
 bool RenameValue::SameAs(const RenameValue& other) const
 {
-    return state_ == other.state_ && length_ == other.length_ && SameChars(Chars(), other.Chars(), length_);
+    if (state_ != other.state_ || length_ != other.length_)
+        return false;
+    return length_ == 0 || SameChars(Chars(), other.Chars(), length_);
 }
 
 void RenameValue::Swap(RenameValue& other)

@@ -235,7 +235,7 @@ TEST_F(FrameRecords, Lines)
         const LogPlaces places(stage, "ts = 4\n"); // no error's text: each system's is as long as it is
         TARVO_StartDebugLogging2();
         const size_t before = places.Content().size();
-        TARVO_CreateDirectory(std::string(1000000, 'x').c_str());
+        TARVO_OpenRollBackLog(std::string(1000000, 'x').c_str());
         for (const std::string& line : kit::SplitLines(places.Content().substr(before)))
             stage.Tell(std::to_string(line.size()) + " bytes", kit::Quoted(line.substr(0, 20)));
     });
