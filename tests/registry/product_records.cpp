@@ -139,6 +139,8 @@ TEST_F(ProductRecords, DelayLoading)
         kit::ImportHook query("RegQueryValueExW", &RegQueryValueExW); // the system would close them with zeros
         for (const auto& [type, units] : values) {
             query.Answer([&](HKEY, auto, auto, DWORD* givenType, BYTE* data, DWORD* size) {
+                if (!size) // whether there is a second pending value
+                    return LSTATUS{ERROR_FILE_NOT_FOUND};
                 *size = static_cast<DWORD>(units.size() * sizeof(wchar_t));
                 if (givenType)
                     *givenType = type;
